@@ -1,0 +1,72 @@
+#include "board/game.h"
+
+#include <cstdio>
+
+#include "board/makemove.h"
+#include "board/movegen.h"
+#include "board/repetition.h"
+
+GameRecord gameRecord;
+
+void NewGameRecord() {
+  gameRecord.moveCount = 0;
+  gameRecord.sideToMove = pos.sideToMove;
+  ClearRepetitions();
+}
+
+bool PlayGameMove(int from, int to, int promotion) {
+  const int n = gameRecord.moveCount;
+  const int side = gameRecord.sideToMove;
+  if (n >= MaxGameMoves) {
+    printf("Make move : game record full\n");
+    return false;
+  }
+  GameSlot& slot = gameRecord.slots[n];
+  slot.epSquare = pos.epSquare;
+  slot.castleFlags = pos.castleFlags;
+  slot.hashKey = pos.hashKey;
+  slot.pawnKey = pos.pawnKey;
+  slot.repetition = 0;
+
+  Move moves[MaxMoves];
+  Move* end = GenerateQuiet(GenerateCaptures(moves, side), side);
+  Move found = 0;
+  for (Move* m = moves; m < end && !found; m++)
+    if (MoveFrom(*m) == from && MoveTo(*m) == to && MovePromotion(*m) == promotion) found = *m;
+  if (!found) {
+    printf("Make move : cannot find move %d %d %d\n", from, to, promotion);
+    return false;
+  }
+  slot.move = found;
+  PushRepetition();
+  SaveUndo(0);
+  MakeMove(found, 0, side);
+  slot.epCapture = epCapture[0];
+  gameRecord.moveCount = n + 1;
+  gameRecord.sideToMove = side ^ 1;
+  pos.sideToMove = side ^ 1;
+  pos.ttAge = (pos.ttAge + 1) & 7;
+  return true;
+}
+
+void UndoMove() {
+  const int n = gameRecord.moveCount;
+  if (n < 1) {
+    printf("UndoMove : cannot undo\n");
+    return;
+  }
+  const GameSlot& slot = gameRecord.slots[n - 1];
+  UndoRecord& u = undoStack[0];
+  u.epSquare = slot.epSquare;
+  u.castleFlags = slot.castleFlags;
+  u.hashKey = slot.hashKey;
+  u.pawnKey = slot.pawnKey;
+  u.repetition = slot.repetition;
+  gameRecord.sideToMove ^= 1;
+  pos.sideToMove = gameRecord.sideToMove;
+  epCapture[0] = slot.epCapture;
+  UnmakeMove(slot.move, 0, gameRecord.sideToMove);
+  pos.ttAge = (pos.ttAge + 7) & 7;
+  gameRecord.moveCount = n - 1;
+  PopRepetition();
+}

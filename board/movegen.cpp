@@ -1,0 +1,154 @@
+#include "board/movegen.h"
+
+#include "board/bitboard.h"
+#include "board/makemove.h"
+
+static inline Move* AddMoves(Move* list, int from, Bitboard targets, int piece) {
+  while (targets) {
+    const int to = PopLowest(targets);
+    *list++ = EncodeMove(from, to, piece, 0, 0) | Move(pos.board[to] < 0 ? -pos.board[to] : pos.board[to]) << 15;
+  }
+  return list;
+}
+
+// Knights, rooks, bishops, queens and king of `side`, onto `targets`.
+static inline Move* AddPieceMoves(Move* list, int side, Bitboard targets) {
+  const Bitboard* p = pos.pieces[side];
+  for (Bitboard b = p[KnightSlot]; b;) {
+    const int from = PopLowest(b);
+    list = AddMoves(list, from, knightAttacks[from] & targets, Knight);
+  }
+  for (Bitboard b = p[RookSlot]; b;) {
+    const int from = PopLowest(b);
+    list = AddMoves(list, from, RookAttacks(from) & targets, Rook);
+  }
+  for (Bitboard b = p[BishopSlot]; b;) {
+    const int from = PopLowest(b);
+    list = AddMoves(list, from, BishopAttacks(from) & targets, Bishop);
+  }
+  for (Bitboard b = p[QueenSlot]; b;) {
+    const int from = PopLowest(b);
+    list = AddMoves(list, from, QueenAttacks(from) & targets, Queen);
+  }
+  const int king = pos.kingSquare[side];
+  if (p[KingSlot]) list = AddMoves(list, king, kingAttacks[king] & targets, King);
+  return list;
+}
+
+// Pawn moves along one step `delta` (to = from + delta) for every to-square in `targets`.
+static inline Move* AddPawnMoves(Move* list, Bitboard targets, int delta, int promotion) {
+  while (targets) {
+    const int to = PopLowest(targets);
+    const int captured = pos.board[to] < 0 ? -pos.board[to] : pos.board[to];
+    *list++ = EncodeMove(to - delta, to, Pawn, captured, promotion);
+  }
+  return list;
+}
+
+static inline Move* AddPawnPromotions(Move* list, Bitboard targets, int delta, const int* order) {
+  while (targets) {
+    const int to = PopLowest(targets);
+    const int captured = pos.board[to] < 0 ? -pos.board[to] : pos.board[to];
+    for (int i = 0; i < 3; i++) *list++ = EncodeMove(to - delta, to, Pawn, captured, order[i]);
+  }
+  return list;
+}
+
+// Shifts a bitboard by a signed amount (positive is towards h8).
+static inline Bitboard Shift(Bitboard b, int delta) { return delta > 0 ? b << delta : b >> -delta; }
+
+Move* GenerateCaptures(Move* list, int side) {
+  const Bitboard enemy = pos.colourOcc[side ^ 1];
+  list = AddPieceMoves(list, side, enemy);
+
+  const Bitboard pawns = pos.pieces[side][PawnSlot];
+  const int up = side == White ? 8 : -8;
+  const int towardA = side == White ? 7 : -9, towardH = side == White ? 9 : -7;
+  const Bitboard lastRank = side == White ? rankMask[7] : rankMask[0];
+  const Bitboard empty = ~pos.occupied;
+
+  list = AddPawnMoves(list, Shift(pawns, up) & empty & lastRank, up, Queen);
+
+  const Bitboard targets = enemy | EnPassantTarget(side);
+  const Bitboard towardATargets = Shift(pawns & notFileA, towardA) & targets;
+  const Bitboard towardHTargets = Shift(pawns & notFileH, towardH) & targets;
+  for (int pass = 0; pass < 2; pass++) {
+    const int delta = pass == 0 ? towardA : towardH;
+    Bitboard b = pass == 0 ? towardATargets : towardHTargets;
+    while (b) {
+      const int to = PopLowest(b);
+      const int content = pos.board[to];
+      const int captured = content ? (content < 0 ? -content : content) : Pawn;  // empty: en passant
+      const int promotion = squareMask[to] & lastRank ? Queen : 0;
+      *list++ = EncodeMove(to - delta, to, Pawn, captured, promotion);
+    }
+  }
+  return list;
+}
+
+// The castling squares the king stands on, crosses or lands on must not be attacked.
+static inline bool CastlingSquaresSafe(int a, int b, int c, int enemy) {
+  return !SquareAttacked(a, enemy) && !SquareAttacked(b, enemy) && !SquareAttacked(c, enemy);
+}
+
+Move* GenerateQuiet(Move* list, int side) {
+  const int enemy = side ^ 1;
+  if (side == White) {
+    if ((pos.castleFlags & WhiteKingSide) && !(pos.occupied & whiteKingSidePath) && CastlingSquaresSafe(E1, F1, G1, enemy))
+      *list++ = EncodeMove(E1, G1, King, 0, 0);
+    if ((pos.castleFlags & WhiteQueenSide) && !(pos.occupied & whiteQueenSidePath) && CastlingSquaresSafe(E1, D1, C1, enemy))
+      *list++ = EncodeMove(E1, C1, King, 0, 0);
+  } else {
+    if ((pos.castleFlags & BlackKingSide) && !(pos.occupied & blackKingSidePath) && CastlingSquaresSafe(E8, F8, G8, enemy))
+      *list++ = EncodeMove(E8, G8, King, 0, 0);
+    if ((pos.castleFlags & BlackQueenSide) && !(pos.occupied & blackQueenSidePath) && CastlingSquaresSafe(E8, D8, C8, enemy))
+      *list++ = EncodeMove(E8, C8, King, 0, 0);
+  }
+
+  const Bitboard empty = ~pos.occupied;
+  list = AddPieceMoves(list, side, empty);
+
+  const Bitboard pawns = pos.pieces[side][PawnSlot];
+  const int up = side == White ? 8 : -8;
+  const Bitboard lastRank = side == White ? rankMask[7] : rankMask[0];
+  const Bitboard doubleStepRank = side == White ? rankMask[3] : rankMask[4];
+  const Bitboard singles = Shift(pawns, up) & empty;
+  list = AddPawnMoves(list, Shift(singles, up) & empty & doubleStepRank, 2 * up, 0);
+  list = AddPawnMoves(list, singles & ~lastRank, up, 0);
+
+  static const int captureOrder[3] = {Rook, Bishop, Knight};
+  static const int pushOrder[3] = {Knight, Rook, Bishop};
+  const Bitboard enemyOcc = pos.colourOcc[enemy];
+  const int towardA = side == White ? 7 : -9, towardH = side == White ? 9 : -7;
+  list = AddPawnPromotions(list, Shift(pawns & notFileA, towardA) & enemyOcc & lastRank, towardA, captureOrder);
+  list = AddPawnPromotions(list, Shift(pawns & notFileH, towardH) & enemyOcc & lastRank, towardH, captureOrder);
+  list = AddPawnPromotions(list, singles & lastRank, up, pushOrder);
+  return list;
+}
+
+Move* GenerateLegal(Move* list, int side) {
+  Move scratch[MaxMoves];
+  SaveUndo(LegalFilterPly);
+  Move* end = GenerateQuiet(GenerateCaptures(scratch, side), side);
+  for (Move* m = scratch; m < end; m++) {
+    MakeMove(*m, LegalFilterPly, side);
+    if (!KingAttacked(side)) *list++ = *m;
+    UnmakeMove(*m, LegalFilterPly, side);
+  }
+  return list;
+}
+
+void PickBest(Move* moves, Move* end, int* scores) {
+  int best = scores[0];
+  for (Move* m = moves + 1; m < end; m++) {
+    const int i = int(m - moves);
+    if (scores[i] > best) {
+      best = scores[i];
+      const Move move = moves[0];
+      moves[0] = *m;
+      *m = move;
+      scores[i] = scores[0];
+      scores[0] = best;
+    }
+  }
+}

@@ -1,0 +1,134 @@
+#include "board/notation.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "board/display.h"
+#include "board/movegen.h"
+
+static void PrintSquare(int square) { printf("%c%c", 'a' + FileOf(square), '1' + RankOf(square)); }
+
+void PrintCoordinateMove(Move m) {
+  static const char promotionLetters[] = "  nbrq  ";
+  printf("move ");
+  PrintSquare(MoveFrom(m));
+  PrintSquare(MoveTo(m));
+  if (MovePromotion(m)) printf("%c", promotionLetters[MovePromotion(m)]);
+  printf("\n");
+}
+
+void PrintMove(Move m) {
+  static const char* const pieceNames[8] = {"wrong piece type", "", "N", "B", "R", "Q", "K", "wrong piece type"};
+  static const char* const promotionNames[8] = {"", "wrong piece type to promote to", "N", "B", "R", "Q",
+                                                "wrong piece type to promote to", "wrong piece type to promote to"};
+  static const char* const capturedNames[8] = {"wrong piece type", "p", "N", "B", "R", "Q", "K", "wrong piece type"};
+  const int piece = MovePiece(m), captured = MoveCaptured(m);
+  if (piece == Pawn) {
+    if (captured) printf("%cx", 'a' + FileOf(MoveFrom(m)));
+  } else {
+    fputs(pieceNames[piece], stdout);
+    if (captured) printf("x");
+  }
+  PrintSquare(MoveTo(m));
+  fputs(promotionNames[MovePromotion(m)], stdout);
+  if (captured) printf("(%s)", capturedNames[captured]);
+  printf(" ");
+}
+
+void PrintMoveList(const Move* list) {
+  for (; *list; list++) PrintMove(*list);
+}
+
+// Shared by the three resolvers: `matches` decides on the from-square.
+template <typename Match>
+static Move Resolve(const Move* candidates, int to, int piece, Match matches, const char* name, int request) {
+  for (const Move* m = candidates; *m; m++)
+    if (MoveTo(*m) == to && MovePiece(*m) == piece && matches(MoveFrom(*m))) return *m;
+  PrintBoard(pos.pieces);
+  printf("%s%d\n%d\n%d\n", name, request, to, piece);
+  PrintMoveList(candidates);
+  printf("\n");
+  return 0;
+}
+
+Move FindMove(const Move* candidates, int from, int to, int piece) {
+  return Resolve(candidates, to, piece, [from](int s) { return from == -1 || s == from; }, "Find move : can't find ", from);
+}
+
+Move FindMoveFile(const Move* candidates, int file, int to, int piece) {
+  return Resolve(candidates, to, piece, [file](int s) { return FileOf(s) == file; }, "Find move file : can't find ", file);
+}
+
+Move FindMoveRank(const Move* candidates, int rank, int to, int piece) {
+  return Resolve(candidates, to, piece, [rank](int s) { return RankOf(s) == rank; }, "Find move rank : can't find ", rank);
+}
+
+static int PieceOfSanLetter(char c) {
+  switch (c) {
+    case 'B': return Bishop;
+    case 'K': case 'O': case 'o': return King;
+    case 'N': return Knight;
+    case 'Q': return Queen;
+    case 'R': return Rook;
+    default: return c >= 'a' && c <= 'h' ? Pawn : NoPiece;
+  }
+}
+
+// Square from a file character and a rank character, unchecked: a square outside the board
+// simply matches no move.
+static int SquareOf(char file, char rank) { return (rank - '1') * 8 + (file - 'a'); }
+
+static bool EqualNoCase(const char* a, const char* b) {
+  for (; *a && *b; a++, b++) {
+    const char x = *a >= 'A' && *a <= 'Z' ? char(*a + 32) : *a;
+    if (x != *b) return false;
+  }
+  return *a == *b;
+}
+
+static bool IsRankDigit(char c) { return c >= '1' && c <= '8'; }
+static bool IsFileLetter(char c) { return c >= 'a' && c <= 'h'; }
+
+Move ParseSan(const char* token, int side) {
+  printf("Test move : [%s]\n", token);
+  const char c = token[0];
+  const int piece = PieceOfSanLetter(c);
+  if (c < 'B' || c > 'o' || piece == NoPiece) {
+    if (!strstr(token, "1-0") && !strstr(token, "0-1") && !strstr(token, "1/2-1/2")) printf("move %s is not valid\n", token);
+    return 0;
+  }
+
+  Move legal[MaxMoves], candidates[MaxMoves + 1];
+  Move* end = GenerateLegal(legal, side);
+  int n = 0;
+  for (Move* m = legal; m < end; m++)
+    if (MovePiece(*m) == piece) candidates[n++] = *m;
+  candidates[n] = 0;
+
+  // Characters past the end of the token read as 0, so short tokens are safe.
+  const size_t length = strlen(token);
+  auto at = [token, length](size_t i) { return i < length ? token[i] : '\0'; };
+
+  if (c == 'O' || c == 'o') {
+    const int from = side == White ? E1 : E8;
+    if (EqualNoCase(token, "o-o-o")) return FindMove(candidates, from, from - 2, King);
+    if (EqualNoCase(token, "o-o")) return FindMove(candidates, from, from + 2, King);
+  }
+  if (piece == Pawn) {
+    const char d = at(1);
+    if (IsRankDigit(d)) return FindMove(candidates, -1, SquareOf(c, d), Pawn);
+    if (d == 'x') return FindMoveFile(candidates, c - 'a', SquareOf(at(2), at(3)), Pawn);
+    // "ed5", and degenerate tokens whose second character is below '1', read d as the file.
+    return FindMoveFile(candidates, c - 'a', SquareOf(d, at(2)), Pawn);
+  }
+  size_t i = 1;
+  if (at(i) == 'x') i++;
+  const char e = at(i), f = at(i + 1);
+  if (f == 'x') {
+    const int to = SquareOf(at(i + 2), at(i + 3));
+    return IsRankDigit(e) ? FindMoveRank(candidates, e - '1', to, piece) : FindMoveFile(candidates, e - 'a', to, piece);
+  }
+  if (IsRankDigit(e)) return FindMoveRank(candidates, e - '1', SquareOf(f, at(i + 2)), piece);
+  if (!IsFileLetter(f)) return FindMove(candidates, -1, SquareOf(e, f), piece);
+  return FindMoveFile(candidates, e - 'a', SquareOf(f, at(i + 2)), piece);
+}

@@ -1,0 +1,13 @@
+// Move-path enumeration for checking the move generator and make/unmake against known counts.
+#pragma once
+
+#include <cstdint>
+
+// Leaf count of the legal tree of depth `depth` from the current position, walked the way the
+// search walks it: captures and quiet moves, make, own-king test, recurse, unmake. No bulk
+// counting at the last ply, so the figure measures make/unmake as well.
+uint64_t Perft(int depth, int side);
+
+// The same count through GenerateEvasions when in check and GenerateLegal otherwise: a second
+// path that must agree with the first.
+uint64_t PerftLegal(int depth, int side);

@@ -1,0 +1,5 @@
+// Search state that belongs to one position and is dropped whenever a position is set.
+#pragma once
+
+// Zeroes the transposition, pawn and history tables once they exist.
+void ClearSearchState();
