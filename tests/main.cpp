@@ -1,0 +1,12 @@
+// Test entry: the start-up tables and keys are built once, as the engine builds them.
+#include <gtest/gtest.h>
+
+#include "board/keys.h"
+#include "board/tables.h"
+
+int main(int argc, char** argv) {
+  InitTables();
+  InitKeys();
+  testing::InitGoogleTest(&argc, argv);
+  return RUN_ALL_TESTS();
+}
