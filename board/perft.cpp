@@ -16,7 +16,7 @@ static uint64_t PerftNode(int depth, int ply, int side) {
   return nodes;
 }
 
-uint64_t Perft(int depth, int side) { return depth < 1 ? 1 : PerftNode(depth, 0, side); }
+uint64_t Perft(int depth, int side, int ply) { return depth < 1 ? 1 : PerftNode(depth, ply, side); }
 
 static uint64_t PerftLegalNode(int depth, int ply, int side) {
   Move moves[MaxMoves];

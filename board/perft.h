@@ -6,7 +6,8 @@
 // Leaf count of the legal tree of depth `depth` from the current position, walked the way the
 // search walks it: captures and quiet moves, make, own-king test, recurse, unmake. No bulk
 // counting at the last ply, so the figure measures make/unmake as well.
-uint64_t Perft(int depth, int side);
+// `ply` is the first undo slot the walk may use; slots below it are left alone.
+uint64_t Perft(int depth, int side, int ply = 0);
 
 // The same count through GenerateEvasions when in check and GenerateLegal otherwise: a second
 // path that must agree with the first.

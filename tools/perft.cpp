@@ -35,9 +35,8 @@ static void Divide(int depth) {
   SaveUndo(0);
   for (Move* m = moves; m < end; m++) {
     MakeMove(*m, 0, side);
-    const uint64_t n = depth > 1 ? Perft(depth - 1, side ^ 1) : 1;
+    const uint64_t n = depth > 1 ? Perft(depth - 1, side ^ 1, 1) : 1;
     UnmakeMove(*m, 0, side);
-    SaveUndo(0);
     printf("%c%c%c%c", 'a' + MoveFrom(*m) % 8, '1' + MoveFrom(*m) / 8, 'a' + MoveTo(*m) % 8, '1' + MoveTo(*m) / 8);
     if (MovePromotion(*m)) printf("%c", " pnbrqk"[MovePromotion(*m)]);
     printf(" %llu\n", (unsigned long long)n);
