@@ -1,0 +1,90 @@
+// Test helpers shared by the board tests: a from-scratch audit of the global position, a byte
+// comparison that names the field that differs, and deterministic random play.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "board/makemove.h"
+
+namespace ostrel_test {
+
+// Rebuilds from the mailbox everything the position derives from it (piece and colour bitboards,
+// plain and rotated occupancies, slider sets, king squares, counters, material, type counts,
+// piece-square sum, both keys) and checks a few invariants make/unmake rely on (castling rights
+// only with king and rook at home, en-passant square on the rank the side to move can take on).
+// Returns the first disagreement as "field: have X, want Y", or "" when all agree.
+// `sideToMove` decides which side key the hash key must hold.
+std::string CheckPosition(int sideToMove);
+inline std::string CheckPosition() { return CheckPosition(pos.sideToMove); }
+
+// "" when the two records are identical byte for byte, else the first field that differs.
+std::string DiffPositions(const Position& a, const Position& b);
+
+// Exact byte copy, padding included, so that a later memcmp compares like with like.
+Position SnapshotPosition();
+
+// SetPosition with its diagnostics taken off standard output and returned instead. Captures
+// cannot nest, and a failed assertion inside one would vanish with the text, so tests capture
+// around single calls like this rather than around stretches of checks.
+std::string SetPositionQuietly(const std::string& fen);
+
+// splitmix64: tiny, fast, and the same sequence on every platform and library.
+class TestRandom {
+ public:
+  explicit TestRandom(uint64_t seed) : state_(seed) {}
+  uint64_t Next() {
+    uint64_t z = (state_ += 0x9E3779B97F4A7C15ULL);
+    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ULL;
+    z = (z ^ (z >> 27)) * 0x94D049BB133111EBULL;
+    return z ^ (z >> 31);
+  }
+  // Uniform enough below n (n > 0) for test purposes.
+  uint32_t Below(uint32_t n) { return uint32_t(Next() % n); }
+
+ private:
+  uint64_t state_;
+};
+
+// Captures then quiet moves, the order the game and the legal filter use.
+std::vector<Move> PseudoLegalMoves(int side);
+// Pseudo-legal moves that do not leave the mover's king attacked, found by playing each one
+// rather than through GenerateLegal, so the two can be compared.
+std::vector<Move> LegalMovesByPlaying(int side);
+
+// The FEN fields (text before the first ';', trailing blanks dropped) of every line of a file
+// under the test data directory that has a ';'.
+std::vector<std::string> ReadEpdPositions(const std::string& relativePath);
+
+// A game of uniformly random legal moves on the global position, made at ply 0 as the game
+// record makes them, and taken back from its own history.
+class RandomGame {
+ public:
+  RandomGame(const char* fen, uint64_t seed);
+
+  // One random legal move for the side to move; false (and nothing played) when there is none.
+  bool Play();
+  // Takes back the last move played; false when there is none.
+  bool Undo();
+
+  int Side() const { return side_; }
+  int Plies() const { return int(history_.size()); }
+  Move LastMove() const { return history_.empty() ? 0 : history_.back().move; }
+  TestRandom& Random() { return random_; }
+
+ private:
+  struct Played {
+    Move move;
+    int side;
+    UndoRecord undo;
+    int epCapture;
+  };
+  TestRandom random_;
+  int side_;
+  std::vector<Played> history_;
+};
+
+std::string MoveText(Move m);  // "e2e4", "e7e8q": for failure messages
+
+}  // namespace ostrel_test
