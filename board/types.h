@@ -54,5 +54,6 @@ inline Move EncodeMove(int from, int to, int piece, int captured, int promotion)
 inline int FileOf(int square) { return square & 7; }
 inline int RankOf(int square) { return square >> 3; }
 
-// Room for every move of any legal position (the known maximum is 218).
-constexpr int MaxMoves = 256;
+// Room for every move of any position a FEN can describe, not only those of real games (218
+// at most): no piece has more than 27 moves, and a pawn has at most 12, so 64 pieces stay below.
+constexpr int MaxMoves = 2048;

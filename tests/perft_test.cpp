@@ -139,7 +139,7 @@ void CheckFile(const char* name, uint64_t searchBudget, uint64_t legalBudget) {
 
 TEST(Perft, StandardPositions) { CheckFile("standard_positions.epd", 20'000'000, 5'000'000); }
 TEST(Perft, Suite) { CheckFile("perftsuite.epd", 5'000'000, 1'000'000); }
-TEST(Perft, EdgeCases) { CheckFile("perft_special.epd", 5'000'000, 1'000'000); }
+TEST(Perft, EdgeCases) { CheckFile("perft_tricky.epd", 5'000'000, 1'000'000); }
 // Single depth-4 counts of about 300,000 at most, kept whole in every build.
 TEST(Perft, DoubleChecks) { CheckFile("perft_double_checks.epd", 400'000 * BudgetDivisor, 400'000 * BudgetDivisor); }
 TEST(Perft, ManyPositions) { CheckFile("perft_marcel.epd", 200'000, 30'000); }

@@ -233,3 +233,17 @@ TEST(Robustness, SanParserSurvivesAnyToken) {
 }
 
 }  // namespace
+
+TEST(Robustness, PositionsCrowdedWithQueensFitTheMoveLists) {
+  // Far more moves than any real game allows (279 for White here); every list must hold them.
+  const char* fen = "QQQQQQQk/Q111111Q/Q1111Q1Q/Q111111Q/Q111111Q/Q111111Q/Q111111Q/KQQQQQQQ w - -";
+  testing::internal::CaptureStdout();
+  SetPosition(fen);
+  const Move move = ParseSan("Qd4", White);
+  Move legal[MaxMoves];
+  const Move* end = GenerateLegal(legal, White);
+  testing::internal::GetCapturedStdout();
+  EXPECT_NE(move, 0u);
+  EXPECT_GT(end - legal, 256);
+  EXPECT_EQ(CheckPosition(), "");
+}
