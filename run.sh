@@ -6,17 +6,7 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 # The test directory is part of the configuration, so GoogleTest is needed even here.
-missing=0
-for tool in cmake make g++; do
-  command -v "$tool" >/dev/null 2>&1 || missing=1
-done
-dpkg-query -W -f='${Status}' libgtest-dev 2>/dev/null | grep -q 'ok installed' || missing=1
-if [ "$missing" = 1 ]; then
-  as_root=()
-  [ "$(id -u)" -eq 0 ] || as_root=(sudo)
-  "${as_root[@]}" apt-get update
-  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y cmake make g++ libgtest-dev
-fi
+. tools/install-deps.sh
 
 cmake -S . -B build -DCMAKE_BUILD_TYPE=Release
 cmake --build build -j "$(nproc 2>/dev/null || echo 2)" --target ostrel-perft

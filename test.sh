@@ -5,17 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
-missing=0
-for tool in cmake make g++; do
-  command -v "$tool" >/dev/null 2>&1 || missing=1
-done
-dpkg-query -W -f='${Status}' libgtest-dev 2>/dev/null | grep -q 'ok installed' || missing=1
-if [ "$missing" = 1 ]; then
-  as_root=()
-  [ "$(id -u)" -eq 0 ] || as_root=(sudo)
-  "${as_root[@]}" apt-get update
-  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y cmake make g++ libgtest-dev
-fi
+. tools/install-deps.sh
 
 jobs=$(nproc 2>/dev/null || echo 2)
 # Sanitizer reports are only useful with the stack that led there.
