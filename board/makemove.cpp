@@ -52,6 +52,14 @@ static inline void MoveCastlingRook(int side, int rookFrom, int rookTo) {
   pos.board[rookFrom] = 0;
 }
 
+// The rook's squares when a king move is a castling; false for any other king move.
+static inline bool CastlingRookSquares(int side, int from, int to, int& rookFrom, int& rookTo) {
+  if (from != (side == White ? E1 : E8) || (to != from + 2 && to != from - 2)) return false;
+  rookFrom = to > from ? from + 3 : from - 4;
+  rookTo = to > from ? from + 1 : from - 1;
+  return true;
+}
+
 static void ReportCapturedKing(int ply) {
   printf("Captured king !\n");
   for (int i = 0; i <= ply && i < MaxPly; i++) PrintMove(currentLine[i]);
@@ -132,9 +140,7 @@ void MakeMove(Move m, int ply, int s) {
     case King:
       pos.pieces[s][KingSlot] ^= squareMask[from] | squareMask[to];
       pos.kingSquare[s] = to;
-      if (from == (s == White ? E1 : E8) && (to == from + 2 || to == from - 2)) {
-        const int rookFrom = to > from ? from + 3 : from - 4;
-        const int rookTo = to > from ? from + 1 : from - 1;
+      if (int rookFrom, rookTo; CastlingRookSquares(s, from, to, rookFrom, rookTo)) {
         MoveCastlingRook(s, rookFrom, rookTo);
         pos.hashKey ^= pieceKey[s][Rook][rookFrom] ^ pieceKey[s][Rook][rookTo];
         psqDelta += ownPsq[Rook][rookTo] - ownPsq[Rook][rookFrom];
@@ -180,9 +186,7 @@ void UnmakeMove(Move m, int ply, int s) {
     case King:
       pos.pieces[s][KingSlot] ^= squareMask[from] | squareMask[to];
       pos.kingSquare[s] = from;
-      if (from == (s == White ? E1 : E8) && (to == from + 2 || to == from - 2)) {
-        const int rookFrom = to > from ? from + 3 : from - 4;
-        const int rookTo = to > from ? from + 1 : from - 1;
+      if (int rookFrom, rookTo; CastlingRookSquares(s, from, to, rookFrom, rookTo)) {
         MoveCastlingRook(s, rookTo, rookFrom);
         psqDelta += ownPsq[Rook][rookTo] - ownPsq[Rook][rookFrom];
       }
