@@ -1,5 +1,11 @@
 #include "search/reset.h"
 
-// The tables this clears arrive with the transposition table, the pawn table and the search;
-// each adds its clear here so that setting a position keeps a single reset point.
-void ClearSearchState() {}
+#include "search/hash.h"
+#include "search/pawns.h"
+
+// Each table the search keeps about a position adds its clear here, so that setting a position
+// keeps a single reset point.
+void ClearSearchState() {
+  ClearHT();
+  ClearPawnTable();
+}

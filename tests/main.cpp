@@ -3,10 +3,12 @@
 
 #include "board/keys.h"
 #include "board/tables.h"
+#include "search/pawns.h"
 
 int main(int argc, char** argv) {
   InitTables();
   InitKeys();
+  InitPawnTables();
   testing::InitGoogleTest(&argc, argv);
   return RUN_ALL_TESTS();
 }
