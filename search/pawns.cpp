@@ -144,6 +144,13 @@ static void ComputeEntry(PawnEntry& e) {
 }
 
 const PawnEntry& ProbePawnTable() {
+  // Without pawns the key is 0, the key of an empty slot: such positions read the empty entry
+  // (no structure, no shelter), always, whatever the slot holds at the moment.
+  static const PawnEntry noPawns = {};
+  if (!pos.pawnKey) {
+    pawnHits++;
+    return noPawns;
+  }
   const uint32_t index = uint32_t(pos.pawnKey & (PawnTableEntries - 1));
   PawnEntry& slot = pawnTable[index];
   if (slot.key == pos.pawnKey) {
