@@ -90,7 +90,7 @@ unsigned Next(unsigned n) {
 TEST(EvalSymmetry, SuitePositions) {
   Checked checked;
   for (const char* file : {"/epd/wac.epd", "/epd/bk.epd", "/epd/kaufman.epd", "/perft/perftsuite.epd",
-                           "/perft/perft_special.epd", "/perft/perft_double_checks.epd", "/perft/perft_marcel.epd"}) {
+                           "/perft/perft_tricky.epd", "/perft/perft_double_checks.epd", "/perft/perft_marcel.epd"}) {
     const std::vector<std::string> fens = ReadFens(std::string(OSTREL_TEST_DATA) + file);
     ASSERT_FALSE(fens.empty()) << file;
     for (const std::string& fen : fens) CheckSymmetry(fen, checked);
