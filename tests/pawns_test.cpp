@@ -5,6 +5,7 @@
 #include "search/eval.h"
 #include "search/pawns.h"
 
+// Entries are packed, so their fields are read by value: a reference to one may be misaligned.
 namespace {
 
 const PawnEntry& Formation(const char* fen) {
@@ -27,21 +28,21 @@ TEST(PawnStructure, DoubledPawns) {
 TEST(PawnStructure, IsolatedEvenWhenPassed) {
   // a5 alone against h7 alone: both isolated, one queen-side and one king-side file each.
   const PawnEntry& e = Formation("4k3/7p/8/P7/8/8/8/4K3 w - -");
-  EXPECT_EQ(e.score, 0);
-  EXPECT_EQ(e.passed, 1ULL << A5);
+  EXPECT_EQ(int(e.score), 0);
+  EXPECT_EQ(uint64_t(e.passed), 1ULL << A5);
   // With a neighbour the a-pawn is no longer isolated: +100 for White.
   EXPECT_EQ(Formation("4k3/7p/8/P7/8/8/1P6/4K3 w - -").score, 100);
 }
 
 TEST(PawnStructure, PassedOnlyFromTheFifthRank) {
-  EXPECT_EQ(Formation("4k3/8/8/8/4P3/8/8/4K3 w - -").passed, 0u);
-  EXPECT_EQ(Formation("4k3/8/8/4P3/8/8/8/4K3 w - -").passed, 1ULL << E5);
+  EXPECT_EQ(uint64_t(Formation("4k3/8/8/8/4P3/8/8/4K3 w - -").passed), 0u);
+  EXPECT_EQ(uint64_t(Formation("4k3/8/8/4P3/8/8/8/4K3 w - -").passed), 1ULL << E5);
   // A black pawn ahead on an adjacent file stops it; one behind does not (and is passed itself,
   // on Black's fifth rank).
-  EXPECT_EQ(Formation("4k3/3p4/8/4P3/8/8/8/4K3 w - -").passed, 0u);
-  EXPECT_EQ(Formation("4k3/8/8/4P3/3p4/8/8/4K3 w - -").passed, (1ULL << E5) | (1ULL << D4));
+  EXPECT_EQ(uint64_t(Formation("4k3/3p4/8/4P3/8/8/8/4K3 w - -").passed), 0u);
+  EXPECT_EQ(uint64_t(Formation("4k3/8/8/4P3/3p4/8/8/4K3 w - -").passed), (1ULL << E5) | (1ULL << D4));
   // Black's fifth rank is the fourth from White's side.
-  EXPECT_EQ(Formation("4k3/8/8/8/3p4/8/8/4K3 w - -").passed, 1ULL << D4);
+  EXPECT_EQ(uint64_t(Formation("4k3/8/8/8/3p4/8/8/4K3 w - -").passed), 1ULL << D4);
 }
 
 TEST(PawnStructure, BackwardOnlyWhenTheStopSquareIsAttacked) {
@@ -70,7 +71,7 @@ TEST(PawnTable, SetPositionEmptiesTheTable) {
   Formation("4k3/8/8/8/8/8/PPP5/4K3 w - -");
   const uint64_t key = pos.pawnKey;
   Formation("4k3/8/8/8/8/8/8/4K3 w - -");
-  EXPECT_NE(pawnTable[key & (PawnTableEntries - 1)].key, key);
+  EXPECT_NE(uint64_t(pawnTable[key & (PawnTableEntries - 1)].key), key);
 }
 
 TEST(KingSafety, ExposedKingAgainstAQueenCostsMore) {
