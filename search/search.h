@@ -3,5 +3,6 @@
 
 #include "board/types.h"
 
-// Deepest ply a search path may reach, extensions included.
-constexpr int MaxSearchPly = 128;
+// Deepest ply a search path may reach, extensions and quiescence included; a node there is
+// scored statically. It stays below the undo slots kept for other uses (makemove.h).
+constexpr int MaxSearchPly = 240;
