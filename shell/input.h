@@ -1,6 +1,34 @@
 // Console and pipe input, polled without blocking, and the queue of complete command lines.
 #pragma once
 
+// Room for one line and its terminating NUL; longer lines keep their first 255 characters.
+constexpr int InputLineSize = 256;
+// Lines that can wait for the interpreter; further lines are dropped until one is taken.
+constexpr int InputQueueSlots = 60;
+
+// Writes the version banner, then decides whether input is a keyboard or a pipe and prepares it.
+// Run at the start of play and again after each help, version, about or info command.
+void SetUpConsole();
+
 // Reads what input is waiting, completes lines and screens each one (quit, ?, force, ... act at
 // once; most lines are queued for the interpreter).
 void PollInput();
+
+// Reads and discards input up to and including the next newline (or the end of input), waiting
+// for it: the pause between pages of the help and about texts.
+void WaitForEnter();
+
+// Lines waiting in the queue.
+int QueuedLineCount();
+
+// The main loop's step: writes "Process Queue Line [...]" and moves the oldest line into the
+// dispatch buffer, which it returns; nullptr when the queue is empty. The buffer stays valid
+// while the interpreter polls, until the next call.
+const char* DispatchQueuedLine();
+
+// Edit mode's step: copies the oldest line into `line` and removes it, without the trace line.
+// Returns false when the queue is empty.
+bool TakeQueuedLine(char line[InputLineSize]);
+
+// Writes every waiting line, oldest first, one per line.
+void PrintQueuedLines();

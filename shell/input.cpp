@@ -1,0 +1,174 @@
+#include "shell/input.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "board/types.h"
+#include "platform/platform.h"
+#include "search/control.h"
+#include "search/think.h"
+#include "shell/info.h"
+
+// The partial line survives between polls, so a line may arrive over many polls, some from the
+// idle loop and some from inside a search.
+static char lineBuffer[InputLineSize];
+static uint32_t lineFill = 0;
+
+static bool consoleInput = false;
+
+static char lineQueue[InputQueueSlots][InputLineSize];
+static uint32_t queuedLines = 0;
+// The interpreter reads its line from here, not from the queue, because it may poll while it
+// works (a search does) and the queue shifts under it.
+static char dispatchBuffer[InputLineSize];
+
+void SetUpConsole() {
+  PrintVersionBanner();
+  consoleInput = SetUpConsoleInput();
+}
+
+void WaitForEnter() {
+  for (;;) {
+    const int c = ReadInputByte();
+    if (c < 0 || c == '\n') return;
+  }
+}
+
+static void AppendCoordinateMove(char*& out, Move m) {
+  static const char promotionLetters[] = "  nbrq  ";
+  *out++ = char('a' + FileOf(MoveFrom(m)));
+  *out++ = char('1' + RankOf(MoveFrom(m)));
+  *out++ = char('a' + FileOf(MoveTo(m)));
+  *out++ = char('1' + RankOf(MoveTo(m)));
+  if (MovePromotion(m)) *out++ = promotionLetters[MovePromotion(m)];
+  *out++ = ' ';
+}
+
+// Answer to "." while thinking: depth, score, nodes and the line the search currently holds.
+static void PrintStatusLine() {
+  printf("%d.\t%d\t0\t%u\t%u\t", thinkResult.depth, thinkResult.score, unsigned(NodeCount), unsigned(QNodeCount));
+  char text[MaxSearchPly * 6 + 1];
+  char* out = text;
+  int length = thinkResult.pvLength;
+  if (length > MaxSearchPly) length = MaxSearchPly;
+  for (int i = 0; i < length; i++) AppendCoordinateMove(out, thinkResult.pv[i]);
+  *out = '\0';
+  printf("%s\n", text);
+}
+
+static bool IsCoordinateMoveStart(const char* line) {
+  return line[0] >= 'a' && line[0] <= 'h' && line[1] >= '1' && line[1] <= '8' && line[2] >= 'a' && line[2] <= 'h' &&
+         line[3] >= '1' && line[3] <= '8';
+}
+
+static bool Is(const char* line, const char* command) { return strcmp(line, command) == 0; }
+
+// Acts at once on what cannot wait for the search to finish, then queues the rest for the
+// interpreter.
+static void ScreenLine() {
+  const char* line = lineBuffer;
+  printf("AddTo Queue [%s]\n", line);
+  if (Is(line, "quit") || Is(line, "exit")) exit(0);
+
+  if (Is(line, "force")) {
+    TimeLeft = -1;
+    // Forced to move now, not into force mode: the interface wants the move it is waiting for.
+    if (engineFlags.searching || engineFlags.pondering) return;
+    engineFlags.force = 1;
+  } else if (Is(line, "undo") || Is(line, "remove") || Is(line, "edit")) {
+    TimeLeft = -1;
+  } else if (Is(line, "analyze")) {
+    TimeLeft = -1;
+    engineFlags.analyze = 1;
+  } else if (Is(line, "black") || Is(line, "white") || Is(line, "time") || Is(line, "otim")) {
+    TimeLeft = -1;
+  } else if (Is(line, "help")) {
+    PrintHelpText();
+    SetUpConsole();
+    return;
+  } else if (Is(line, "version")) {
+    SetUpConsole();
+    return;
+  } else if (Is(line, "about") || Is(line, "info")) {
+    PrintAboutText();
+    SetUpConsole();
+    return;
+  } else if (Is(line, "?")) {
+    TimeLeft = -1;
+    return;
+  } else if (Is(line, ".") && engineFlags.searching && !engineFlags.analyze) {
+    PrintStatusLine();
+    return;
+  }
+
+  // The opponent's move ends a ponder or analysis search so the interpreter can play it; while
+  // thinking on its own move the engine finishes first.
+  if (engineFlags.searching && (engineFlags.analyze || engineFlags.pondering) && IsCoordinateMoveStart(line))
+    TimeLeft = -1;
+
+  if (queuedLines >= uint32_t(InputQueueSlots)) return;
+  memcpy(lineQueue[queuedLines], lineBuffer, InputLineSize);
+  queuedLines++;
+}
+
+// Returns false for a backspace, which ends a pipe poll.
+static bool TakeCharacter(int c) {
+  if (c == 8) {
+    if (lineFill > 0) lineFill--;
+    lineBuffer[lineFill] = '\0';
+    return false;
+  }
+  if (c == '\r' || c == '\n') {
+    lineBuffer[lineFill] = '\0';
+    lineFill = 0;
+    ScreenLine();
+    return true;
+  }
+  // Characters past the room are dropped until the line ends.
+  if (lineFill < uint32_t(InputLineSize - 1)) lineBuffer[lineFill++] = char(c);
+  return true;
+}
+
+void PollInput() {
+  if (consoleInput) {
+    // One key per poll paces typing at the idle loop's rate; that is deliberate.
+    if (ConsoleKeyWaiting()) TakeCharacter(ReadConsoleKey());
+    return;
+  }
+  int waiting = PipeBytesWaiting();
+  while (waiting > 0) {
+    const int c = ReadInputByte();
+    if (c < 0) return;
+    waiting--;
+    if (!TakeCharacter(c)) return;
+    // The help and about pauses read from this same input, so a completed line may have eaten
+    // bytes counted above; reading them again would block.
+    if (c == '\r' || c == '\n') {
+      const int left = PipeBytesWaiting();
+      if (left < waiting) waiting = left;
+    }
+  }
+}
+
+int QueuedLineCount() { return int(queuedLines); }
+
+bool TakeQueuedLine(char line[InputLineSize]) {
+  if (queuedLines == 0) return false;
+  memcpy(line, lineQueue[0], InputLineSize);
+  queuedLines--;
+  memmove(lineQueue[0], lineQueue[1], size_t(queuedLines) * InputLineSize);
+  return true;
+}
+
+const char* DispatchQueuedLine() {
+  if (queuedLines == 0) return nullptr;
+  printf("Process Queue Line [%s]\n", lineQueue[0]);
+  TakeQueuedLine(dispatchBuffer);
+  return dispatchBuffer;
+}
+
+void PrintQueuedLines() {
+  for (uint32_t i = 0; i < queuedLines; i++) printf("%s\n", lineQueue[i]);
+}
