@@ -1,0 +1,23 @@
+#include "search/control.h"
+
+#include "platform/platform.h"
+#include "shell/input.h"
+
+int32_t TimeLeft;
+int32_t LastClock;
+int NoTimeCheck;
+uint32_t NodeCount;
+uint32_t QNodeCount;
+EngineFlags engineFlags;
+GameClock gameClock;
+
+int32_t ClockCentiseconds() { return int32_t(ClockMilliseconds() / 10); }
+
+bool CheckTime() {
+  const int32_t now = ClockCentiseconds();
+  TimeLeft -= now - LastClock;
+  LastClock = now;
+  if (TimeLeft < 1) return true;
+  PollInput();
+  return TimeLeft < 1;
+}
