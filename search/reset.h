@@ -1,5 +1,5 @@
 // Search state that belongs to one position and is dropped whenever a position is set.
 #pragma once
 
-// Zeroes the transposition and pawn tables (and the search's own tables as they arrive).
+// Zeroes the transposition, pawn and history tables and resets the lazy-evaluation margin.
 void ClearSearchState();

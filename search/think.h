@@ -6,16 +6,30 @@
 
 // The current result of Think, readable while it runs (the "." status command prints it).
 struct ThinkResult {
-  int depth;   // last completed iteration
+  int depth;   // last completed iteration, 0 before the first
   int score;   // its score, centipawns
   int pvLength;
   Move pv[MaxSearchPly];
 };
 extern ThinkResult thinkResult;
 
+// Hundredths of a second the last Think used.
+extern int32_t thinkTime;
+
+enum ThinkFlags {
+  ThinkNormal = 0,
+  // Never charge the clock or poll the input, so that the tree depends on nothing but the
+  // position and the depth (the benchmark's node count is a signature of the engine's behaviour).
+  ThinkNoClock = 1,
+};
+
 // Searches the global position for `side` to at most `maxDepth` plies within TimeLeft and the
-// shell's limits; returns the move to play, or 0 when there is none.
-Move Think(int side, int maxDepth);
+// shell's limits; returns the move to play, or 0 when there is none (or only kings are left).
+Move Think(int side, int maxDepth, int flags = ThinkNormal);
+
+// Hundredths of a second for the engine's next move: the clock less a 5-second reserve, spread
+// over 40 moves early in the game and 28 later, plus the increment when there is time to spare.
+int32_t MoveBudget();
 
 // The engine's own move in a game: budget from the clocks, Think, then "move ..." (made on the
 // game board) or the result line when the side to move has no move.

@@ -1,8 +1,9 @@
-// ostrel-bench: speed figures for the evaluation. Evaluates every position of a fixed EPD file
-// (by default the several thousand positions of the perft test data) over and over with the pawn
-// table warm, and reports full and first-stage evaluations per second.
+// ostrel-bench: a fixed set of positions searched to a fixed depth with a fixed table size. The
+// total node count is a signature of the engine's behaviour: the same build gives the same
+// number, and any change in it is a change in how the engine searches.
 //
-//   ostrel-bench [FILE] [--rounds N]
+//   ostrel-bench [--depth N]      search benchmark (default depth 9)
+//   ostrel-bench --eval [FILE]    evaluations per second over an EPD file
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -10,30 +11,90 @@
 #include <vector>
 
 #include "board/fen.h"
+#include "board/game.h"
 #include "board/keys.h"
 #include "board/tables.h"
+#include "search/control.h"
 #include "search/eval.h"
+#include "search/hash.h"
 #include "search/pawns.h"
+#include "search/think.h"
 
 #ifndef OSTREL_DATA_DIR
 #define OSTREL_DATA_DIR "tests/data"
 #endif
+
+// Openings, middlegames (from the classic test suites) and endings.
+static const char* const benchPositions[] = {
+  "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -",
+  "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -",
+  "r1bqkb1r/pppp1ppp/2n2n2/4p3/2B1P3/5N2/PPPP1PPP/RNBQK2R w KQkq -",
+  "rnbqkb1r/pp3ppp/4pn2/2pp4/2PP4/2N2N2/PP2PPPP/R1BQKB1R w KQkq -",
+  "r1bq1rk1/ppp2ppp/2np1n2/2b1p3/2B1P3/2NP1N2/PPP2PPP/R1BQ1RK1 w - -",
+  "1k1r4/pp1b1R2/3q2pp/4p3/2B5/4Q3/PPP2B2/2K5 b - -",
+  "3r1k2/4npp1/1ppr3p/p6P/P2PPPP1/1NR5/5K2/2R5 w - -",
+  "2q1rr1k/3bbnnp/p2p1pp1/2pPp3/PpP1P1P1/1P2BNNP/2BQ1PRK/7R b - -",
+  "rnbqkb1r/p3pppp/1p6/2ppP3/3N4/2P5/PPP1QPPP/R1B1KB1R w KQkq -",
+  "r1b2rk1/2q1b1pp/p2ppn2/1p6/3QP3/1BN1B3/PPP3PP/R4RK1 w - -",
+  "2r3k1/pppR1pp1/4p3/4P1P1/5P2/1P4K1/P1P5/8 w - -",
+  "1nk1r1r1/pp2n1pp/4p3/q2pPp1N/b1pP1P2/B1P2R2/2P1B1PP/R2Q2K1 w - -",
+  "4b3/p3kp2/6p1/3pP2p/2pP1P2/4K1P1/P3N2P/8 w - -",
+  "2kr1bnr/pbpq4/2n1pp2/3p3p/3P1P1B/2N2N1Q/PPP3PP/2KR1B1R w - -",
+  "3rr1k1/pp3pp1/1qn2np1/8/3p4/PP1R1P2/2P1NQPP/R1B3K1 b - -",
+  "2r1nrk1/p2q1ppp/bp1p4/n1pPp3/P1P1P3/2PBB1N1/4QPPP/R4RK1 w - -",
+  "r3r1k1/ppqb1ppp/8/4p1NQ/8/2P5/PP3PPP/R3R1K1 b - -",
+  "r2q1rk1/4bppp/p2p4/2pP4/3pP3/3Q4/PP1B1PPP/R3R1K1 w - -",
+  "rnb2r1k/pp2p2p/2pp2p1/q2P1p2/8/1Pb2NP1/PB2PPBP/R2Q1RK1 w - -",
+  "2r3k1/1p2q1pp/2b1pr2/p1pp4/6Q1/1P1PP1R1/P1PN2PP/5RK1 w - -",
+  "r1bqkb1r/4npp1/p1p4p/1p1pP1B1/8/1B6/PPPN1PPP/R2Q1RK1 w kq -",
+  "r2q1rk1/1ppnbppp/p2p1nb1/3Pp3/2P1P1P1/2N2N1P/PPB1QP2/R1B2RK1 b - -",
+  "r1bq1rk1/pp2ppbp/2np2p1/2n5/P3PP2/N1P2N2/1PB3PP/R1B1QRK1 b - -",
+  "3rr3/2pq2pk/p2p1pnp/8/2QBPP2/1P6/P5PP/4RRK1 b - -",
+  "r4k2/pb2bp1r/1p1qp2p/3pNp2/3P1P2/2N3P1/PPP1Q2P/2KRR3 w - -",
+  "3rn2k/ppb2rpp/2ppqp2/5N2/2P1P3/1P5Q/PB3PPP/3RR1K1 w - -",
+  "2r2rk1/1bqnbpp1/1p1ppn1p/pP6/N1P1P3/P2B1N1P/1B2QPP1/R2R2K1 b - -",
+  "r1bqk2r/pp2bppp/2p5/3pP3/P2Q1P2/2N1B3/1PP3PP/R4RK1 b kq -",
+  "r2qnrnk/p2b2b1/1p1p2pp/2pPpp2/1PP1P3/PRNBB3/3QNPPP/5RK1 w - -",
+  "1rbq1rk1/p1b1nppp/1p2p3/8/1B1pN3/P2B4/1P3PPP/2RQ1R1K w - -",
+  "3r2k1/p2r1p1p/1p2p1p1/q4n2/3P4/PQ5P/1P1RNPP1/3R2K1 b - -",
+  "r1b1r1k1/1ppn1p1p/3pnqp1/8/p1P1P3/5P2/PbNQNBPP/1R2RB1K w - -",
+  "5r1k/6pp/1n2Q3/4p3/8/7P/PP4PK/R1B1q3 b - -",
+  "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -",
+  "8/8/8/3k4/8/8/3PK3/8 w - -",
+  "8/8/1p1k4/1P6/2K5/8/8/8 w - -",
+  "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - -",
+  "8/5pk1/6p1/8/4R3/6PP/5PK1/3r4 b - -",
+  "4k3/8/8/8/8/8/4P3/4K2R w K -",
+  "8/8/8/8/5kp1/8/6K1/5B2 w - -",
+};
 
 static double Seconds() {
   using namespace std::chrono;
   return duration<double>(steady_clock::now().time_since_epoch()).count();
 }
 
-int main(int argc, char** argv) {
-  InitTables();
-  InitKeys();
-  InitPawnTables();
-  const char* file = OSTREL_DATA_DIR "/perft/perft_marcel.epd";
-  int rounds = 50;
-  for (int i = 1; i < argc; i++) {
-    if (!strcmp(argv[i], "--rounds") && i + 1 < argc) rounds = atoi(argv[++i]);
-    else file = argv[i];
+static int SearchBench(int depth) {
+  InitHT(DefaultHashBits);
+  engineFlags.post = 0;
+  engineFlags.bookUse = 0;
+  uint64_t nodes = 0;
+  const double start = Seconds();
+  for (const char* fen : benchPositions) {
+    SetPosition(fen);
+    NewGameRecord();
+    gameRecord.moveCount = 40;  // past the opening-only terms, whatever the position
+    TimeLeft = 1000000000;
+    Think(pos.sideToMove, depth + 1, ThinkNoClock);
+    nodes += uint64_t(NodeCount) + QNodeCount;
   }
+  const double seconds = Seconds() - start;
+  printf("positions %zu depth %d\n", sizeof benchPositions / sizeof benchPositions[0], depth);
+  printf("seconds %.2f\nnodes/s %.0f\nnodes %llu\n", seconds, seconds > 0 ? nodes / seconds : 0.0,
+         (unsigned long long)nodes);
+  return 0;
+}
+
+static int EvalBench(const char* file, int rounds) {
   FILE* in = fopen(file, "r");
   if (!in) {
     printf("Cannot open file %s\n", file);
@@ -51,7 +112,6 @@ int main(int argc, char** argv) {
     printf("No positions in %s\n", file);
     return 1;
   }
-
   // Warm the pawn table, then time copying the positions in alone, so that only the
   // evaluation's share is reported.
   long long checksum = 0;
@@ -66,7 +126,6 @@ int main(int argc, char** argv) {
       checksum += pos.material & 1;
     }
   const double copying = Seconds() - start;
-
   start = Seconds();
   for (int r = 0; r < rounds; r++)
     for (const Position& p : positions) {
@@ -74,7 +133,6 @@ int main(int argc, char** argv) {
       checksum += EvaluateFirstStage(ProbePawnTable());
     }
   const double first = Seconds() - start - copying;
-
   start = Seconds();
   for (int r = 0; r < rounds; r++)
     for (const Position& p : positions) {
@@ -82,10 +140,19 @@ int main(int argc, char** argv) {
       checksum += Evaluate(p.sideToMove);
     }
   const double full = Seconds() - start - copying;
-
   const double evaluations = double(rounds) * positions.size();
   printf("positions %zu rounds %d checksum %lld\n", positions.size(), rounds, checksum);
   printf("first-stage evaluations/s %.0f\n", first > 0 ? evaluations / first : 0.0);
   printf("full evaluations/s %.0f\n", full > 0 ? evaluations / full : 0.0);
   return 0;
+}
+
+int main(int argc, char** argv) {
+  InitTables();
+  InitKeys();
+  InitPawnTables();
+  if (argc >= 2 && !strcmp(argv[1], "--eval"))
+    return EvalBench(argc >= 3 ? argv[2] : OSTREL_DATA_DIR "/perft/perft_marcel.epd", 50);
+  const int depth = argc >= 3 && !strcmp(argv[1], "--depth") ? atoi(argv[2]) : 9;
+  return SearchBench(depth);
 }
