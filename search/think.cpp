@@ -217,19 +217,23 @@ int32_t MoveBudget() {
   return budget;
 }
 
-void EngineMove() {
-  const int side = gameRecord.sideToMove;
+Move EngineMove(int side) {
   TimeLeft = MoveBudget();
 
   engineFlags.searching = 1;
   const Move m = Think(side, 60);
   engineFlags.searching = 0;
-  if (engineFlags.analyze) return;
+  if (engineFlags.analyze) return 0;
   if (!m) {
-    if (KingAttacked(side)) printf(side == White ? "0-1 {Black Mates}\n" : "1-0 {White Mates}\n");
-    else printf("1/2-1/2 {Stalemate}\n");
-    return;
+    PrintResult(side);
+    return 0;
   }
   PlayGameMove(MoveFrom(m), MoveTo(m), MovePromotion(m));
   PrintCoordinateMove(m);
+  return m;
+}
+
+void PrintResult(int side) {
+  if (KingAttacked(side)) printf(side == White ? "0-1 {Black Mates}\n" : "1-0 {White Mates}\n");
+  else printf("1/2-1/2 {Stalemate}\n");
 }

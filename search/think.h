@@ -31,6 +31,10 @@ Move Think(int side, int maxDepth, int flags = ThinkNormal);
 // over 40 moves early in the game and 28 later, plus the increment when there is time to spare.
 int32_t MoveBudget();
 
-// The engine's own move in a game: budget from the clocks, Think, then "move ..." (made on the
-// game board) or the result line when the side to move has no move.
-void EngineMove();
+// The engine's own move for `side` in a game: budget from the clocks, Think, then the move made
+// on the game board and announced ("move e2e4"), or the result line when there is none. Returns
+// the move (0 for none, and in analysis mode, where nothing is played).
+Move EngineMove(int side);
+
+// The result line for `side` having no move: mated when in check, else stalemated.
+void PrintResult(int side);

@@ -265,7 +265,7 @@ TEST_F(SearchTest, EngineMovePlaysAndAnnounces) {
   NewGameRecord();
   gameClock.fixedDepth = 3;
   testing::internal::CaptureStdout();
-  EngineMove();
+  EngineMove(pos.sideToMove);
   const std::string out = testing::internal::GetCapturedStdout();
   ASSERT_EQ(gameRecord.moveCount, 1);
   EXPECT_NE(out.find("move " + Text(gameRecord.slots[0].move) + "\n"), std::string::npos) << out;
@@ -273,11 +273,11 @@ TEST_F(SearchTest, EngineMovePlaysAndAnnounces) {
   // With no move left the result is announced instead.
   Set("7k/5Q2/6K1/8/8/8/8/8 b - -");
   testing::internal::CaptureStdout();
-  EngineMove();
+  EngineMove(pos.sideToMove);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "epd diagram : 7k/5Q2/6K1/8/8/8/8/8 b - - \n1/2-1/2 {Stalemate}\n");
   Set("R6k/6pp/8/8/8/8/8/6K1 b - -");
   testing::internal::CaptureStdout();
-  EngineMove();
+  EngineMove(pos.sideToMove);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "epd diagram : R6k/6pp/8/8/8/8/8/6K1 b - - \n1-0 {White Mates}\n");
 }
 

@@ -1,0 +1,46 @@
+// Ostrel's entry point: the command line decides one run mode, which runs to its end.
+#include <cstdio>
+
+#include "board/fen.h"
+#include "board/keys.h"
+#include "board/tables.h"
+#include "platform/platform.h"
+#include "search/control.h"
+#include "search/hash.h"
+#include "search/pawns.h"
+#include "shell/interpreter.h"
+#include "shell/settings.h"
+
+// The precomputed tables, in the order the keys depend on: the random keys are drawn last.
+static void InitBoardTables() {
+  InitTables();
+  InitPawnTables();
+  InitKeys();
+}
+
+int main(int argc, char** argv) {
+  setvbuf(stdout, nullptr, _IONBF, 0);
+  setvbuf(stdin, nullptr, _IONBF, 0);
+  DeleteFileQuietly("evaluate.debug");
+  settings.epdOutput = false;
+  engineFlags.bookUse = 1;
+  gameClock.fixedDepth = gameClock.fixedTime = 0;
+  for (int i = 0; i < argc; i++) printf("%s\n", argv[i]);
+  ParseOptions(argc, argv);
+
+  // The book-building steps run with a small table and no tablebases; their drivers arrive with
+  // the book builder.
+  if (settings.buildBook || settings.pgnSource) return 0;
+
+  InitHT(settings.hashBits);
+  InitBoardTables();
+  // The tablebase registry reports the most pieces its tables cover; none are registered yet.
+  printf("Initialized tablebases : %d\n", 0);
+
+  // EPD analysis arrives with its driver.
+  if (settings.analyseMode && settings.epdFile) return 0;
+  if (!settings.playMode) return 0;
+  SetInitialPosition();
+  // The opening book is opened here once it exists.
+  MainLoop();
+}
