@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Builds the optimised engine in build/ and runs it. Until the engine's main loop exists this
-# counts the move tree of the start position to depth 6 (119,060,324 leaves), which doubles as a
-# speed figure for move generation and make/unmake.
+# Builds the optimised engine in build/ and starts it. It speaks the xboard protocol on standard
+# input and output: type "new", "go", moves such as "e2e4", and "quit" (see README.md), or let a
+# chess GUI start it.
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -9,5 +9,5 @@ cd "$(dirname "$0")"
 . tools/install-deps.sh
 
 cmake -S . -B build -DCMAKE_BUILD_TYPE=Release
-cmake --build build -j "$(nproc 2>/dev/null || echo 2)" --target ostrel-perft
-exec ./build/ostrel-perft "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1" 6
+cmake --build build -j "$(nproc 2>/dev/null || echo 2)" --target ostrel
+exec ./build/ostrel "$@"
