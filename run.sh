@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Builds the optimised engine in build/ and starts it. It speaks the xboard protocol on standard
-# input and output: type "new", "go", moves such as "e2e4", and "quit" (see README.md), or let a
-# chess GUI start it.
+# Builds the optimised engine in build/ and starts it there. It speaks the xboard protocol on
+# standard input and output: type "new", "go", moves such as "e2e4", and "quit" (see README.md),
+# or let a chess GUI start it. On first use it builds the opening book (book.bin, index.dat) in
+# build/ from book/games.pgn with the engine's own two steps and puts the master book beside it.
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -10,4 +11,12 @@ cd "$(dirname "$0")"
 
 cmake -S . -B build -DCMAKE_BUILD_TYPE=Release
 cmake --build build -j "$(nproc 2>/dev/null || echo 2)" --target ostrel
-exec ./build/ostrel "$@"
+cd build
+cp -p ../book/learn.txt learn.txt
+if [ ! -f book.bin ] || [ ! -f index.dat ] || [ ../book/games.pgn -nt book.bin ]; then
+  echo "Building the opening book from book/games.pgn (once; its log is build/book-build.log)"
+  ./ostrel -pgnsource ../book/games.pgn -tempfile book-temp.dat -max_book_moves 12 > book-build.log
+  ./ostrel -buildbook -tempfile book-temp.dat >> book-build.log
+  rm -f book-temp.dat
+fi
+exec ./ostrel "$@"
