@@ -36,3 +36,32 @@ void LoadMasterBook(const char* textName, const char* binaryName);
 // Gives each of the `count` legal moves that the tree lists after the game's moves so far a
 // score of mark x 10,000,000 (unmarked and unlisted moves keep theirs), printing what it finds.
 void ScoreMasterMoves(const Move* moves, int* scores, int count, const Move* gameMoves, int gameMoveCount);
+
+// A damaged or hostile learn.bin is read no further than this many nodes, root included.
+constexpr int MaxMasterNodes = 1000000;
+
+// Reads one learn.txt line into `moves` (room for MaxMasterLineMoves; longer lines are cut
+// there). Returns the number of moves, 0 for a line the format ignores, or -1 after reporting
+// a fault.
+int ParseMasterLine(const char* line, MasterMove* moves);
+
+// Adds a line of moves from the initial position, sharing the nodes of identical prefixes.
+void InsertMasterLine(const MasterMove* moves, int count);
+
+// learn.bin: the tree in pre-order, each node's six bytes, its sibling flag and sibling, then
+// its child flag and child. Reading replaces the tree.
+void WriteMasterBook(const char* name);
+void ReadMasterBook(const char* name);
+
+// Nodes of the tree, the root included even while it is empty.
+int CountMasterNodes();
+
+// Frees every node and empties the root (for a fresh load).
+void ClearMasterBook();
+
+// Whether the tree's move stands for the move `m` of the game.
+bool MasterMoveMatches(const MasterMove& node, Move m);
+
+// A node as the probe lists it, with a trailing blank: "Nf3! ", "e8=Q ", "* ". A static buffer
+// the next call overwrites.
+const char* MasterMoveText(const MasterMove& node);
