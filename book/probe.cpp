@@ -1,0 +1,189 @@
+// Reading the opening book: the index is held in memory, book.bin stays open, and each probe
+// fetches the one cluster that holds every stored reply to the current position.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+#include "board/game.h"
+#include "board/keys.h"
+#include "board/makemove.h"
+#include "board/movegen.h"
+#include "board/notation.h"
+#include "book/book.h"
+#include "book/master.h"
+#include "search/control.h"
+
+namespace {
+
+constexpr int RecordBytes = 18;
+constexpr int IndexEntryBytes = 8;
+
+// Candidates must not trail the best by this much, and need more than a handful of wins.
+constexpr int CandidateWindow = 100;
+constexpr int CandidateFloor = 3;
+
+// Probe work areas, reused by every probe. The move list is sized for any position a FEN can
+// set up, not only those of real games.
+Move bookMoves[MaxMoves];
+int bookScores[MaxMoves];
+unsigned char clusterBytes[MaxClusterRecords * RecordBytes];
+BookRecord cluster[MaxClusterRecords];
+int clusterCount;  // records of `cluster` loaded by the latest probe
+
+// The files are little-endian whatever the host is, so fields are assembled byte by byte.
+uint16_t Load16(const unsigned char* p) { return uint16_t(p[0] | p[1] << 8); }
+
+uint32_t Load32(const unsigned char* p) {
+  return uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24;
+}
+
+uint64_t Load64(const unsigned char* p) { return uint64_t(Load32(p)) | uint64_t(Load32(p + 4)) << 32; }
+
+// Returns the number of entries read; fewer than BookClusters means the file is too short.
+int ReadIndex(FILE* file) {
+  unsigned char chunk[1024 * IndexEntryBytes];
+  int total = 0;
+  while (total < BookClusters) {
+    const size_t want = size_t(BookClusters - total) < 1024 ? size_t(BookClusters - total) : 1024;
+    const size_t got = fread(chunk, IndexEntryBytes, want, file);
+    for (size_t i = 0; i < got; i++) {
+      const unsigned char* p = chunk + i * IndexEntryBytes;
+      openingBook.index[total + int(i)].start = Load32(p);
+      openingBook.index[total + int(i)].size = int32_t(Load32(p + 4));
+    }
+    total += int(got);
+    if (got < want) break;
+  }
+  return total;
+}
+
+// Loads the cluster of position key `key` into `cluster`, setting clusterCount to the records
+// actually there to scan. A refused or unreadable cluster counts as empty: what the buffer held
+// before belongs to another position.
+void LoadCluster(uint64_t key) {
+  const BookIndexEntry& entry = openingBook.index[BookCluster(key)];
+  // A negative size must come out huge, not small, so that it is refused rather than read.
+  const uint64_t count = uint64_t(int64_t(entry.size)) / RecordBytes;
+  clusterCount = 0;
+  if (count > uint64_t(MaxClusterRecords)) {
+    printf("Too big opening book cluster\n");
+    return;
+  }
+  // Where long is 32 bits, offsets past 2 GB come out negative and cannot be reached by fseek.
+  const long offset = long(entry.start);
+  const bool seeked = offset >= 0 && fseek(openingBook.bookFile, offset, SEEK_SET) == 0;
+  const size_t got = seeked ? fread(clusterBytes, RecordBytes, size_t(count), openingBook.bookFile) : 0;
+  if (got < count) printf("there was some error reading an opening book cluster\n");
+  for (size_t i = 0; i < got; i++) {
+    const unsigned char* p = clusterBytes + i * RecordBytes;
+    BookRecord& r = cluster[i];
+    r.key = Load64(p);
+    r.whiteWins = Load16(p + 8);
+    r.blackWins = Load16(p + 10);
+    r.otherResults = Load16(p + 12);
+    r.marker = Load32(p + 14);
+  }
+  clusterCount = int(got);
+}
+
+const BookRecord* FindRecord(uint64_t moveKey) {
+  for (int i = 0; i < clusterCount; i++)
+    if (cluster[i].key == moveKey) return &cluster[i];
+  return nullptr;
+}
+
+// Descending by score; a pair is swapped only when strictly out of order, so equal scores keep
+// the generator's order, which decides ties in analysis mode.
+void SortByScore(int n) {
+  bool swapped = true;
+  while (swapped) {
+    swapped = false;
+    for (int i = 0; i + 1 < n; i++) {
+      if (bookScores[i] < bookScores[i + 1]) {
+        const int score = bookScores[i];
+        bookScores[i] = bookScores[i + 1];
+        bookScores[i + 1] = score;
+        const Move move = bookMoves[i];
+        bookMoves[i] = bookMoves[i + 1];
+        bookMoves[i + 1] = move;
+        swapped = true;
+      }
+    }
+  }
+}
+
+}  // namespace
+
+void OpenBook(const char* bookName, const char* indexName) {
+  if (openingBook.bookFile) fclose(openingBook.bookFile);
+  openingBook.bookFile = nullptr;
+
+  FILE* indexFile = fopen(indexName, "rb");
+  if (!indexFile) {
+    printf("Cannot open index file\n");
+    return;
+  }
+  const int entries = ReadIndex(indexFile);
+  fclose(indexFile);
+  if (entries < BookClusters) {
+    printf("Index file size isn't right\n");
+    return;
+  }
+  openingBook.bookFile = fopen(bookName, "rb");
+  // "index" although it is the book file that is missing: the wording is kept as logs know it.
+  if (!openingBook.bookFile) printf("Cannot open index book \n");
+}
+
+Move ProbeBook(int side) {
+  if (!openingBook.bookFile) return 0;
+
+  const int n = int(GenerateLegal(bookMoves, side) - bookMoves);
+  const uint64_t key = pos.hashKey;
+  LoadCluster(key);
+
+  memset(bookScores, 0, sizeof bookScores);
+  // The master book's lines start from the initial position, so an edited board has none.
+  if (!engineFlags.edit) {
+    static Move gameMoves[MaxGameMoves];
+    const int played = gameRecord.moveCount;
+    for (int i = 0; i < played; i++) gameMoves[i] = gameRecord.slots[i].move;
+    ScoreMasterMoves(bookMoves, bookScores, n, gameMoves, played);
+  }
+
+  SaveUndo(0);
+  for (int i = 0; i < n; i++) {
+    MakeMove(bookMoves[i], 0, side);
+    const BookRecord* record = FindRecord(BookMoveKey(key, pos.hashKey));
+    UnmakeMove(bookMoves[i], 0, side);
+    if (!record) continue;
+    // Only wins of the side to move speak for a move, and a lone win may be a fluke.
+    const int wins = side == White ? record->whiteWins : record->blackWins;
+    if (wins > 1) bookScores[i] += wins;
+  }
+
+  SortByScore(n);
+  if (n == 0 || bookScores[0] <= 0) return 0;
+
+  printf("%s", engineFlags.analyze ? "1.\t0\t0\t0\t0 Book moves : " : "Best book moves in this position : ");
+  for (int i = 0; i < n; i++)
+    if (bookScores[i]) printf("%s (%d) ", MoveText(bookMoves[i]), bookScores[i]);
+  printf("\n");
+
+  int k = n;
+  for (int i = 1; i < n; i++) {
+    if (bookScores[0] >= bookScores[i] + CandidateWindow || bookScores[i] <= CandidateFloor) {
+      k = i;
+      break;
+    }
+  }
+
+  if (engineFlags.analyze) return bookMoves[0];
+
+  // The clock seeds the C generator only to the second; the additive generator keeps choices
+  // made within one second apart. The counts decide who is a candidate, not how likely it is.
+  srand(unsigned(time(nullptr)));
+  const uint32_t r = AdditiveRandom();
+  const uint32_t pick = (r + uint32_t(rand())) % uint32_t(k);
+  return bookMoves[pick];
+}
