@@ -6,34 +6,39 @@
 #include "board/display.h"
 #include "board/movegen.h"
 
-static void PrintSquare(int square) { printf("%c%c", 'a' + FileOf(square), '1' + RankOf(square)); }
-
-void PrintCoordinateMove(Move m) {
+const char* CoordinateText(Move m) {
   static const char promotionLetters[] = "  nbrq  ";
-  printf("move ");
-  PrintSquare(MoveFrom(m));
-  PrintSquare(MoveTo(m));
-  if (MovePromotion(m)) printf("%c", promotionLetters[MovePromotion(m)]);
-  printf("\n");
+  static char text[6];
+  text[0] = char('a' + FileOf(MoveFrom(m)));
+  text[1] = char('1' + RankOf(MoveFrom(m)));
+  text[2] = char('a' + FileOf(MoveTo(m)));
+  text[3] = char('1' + RankOf(MoveTo(m)));
+  text[4] = MovePromotion(m) ? promotionLetters[MovePromotion(m)] : 0;
+  text[5] = 0;
+  return text;
 }
 
-void PrintMove(Move m) {
+void PrintCoordinateMove(Move m) { printf("move %s\n", CoordinateText(m)); }
+
+const char* MoveText(Move m) {
   static const char* const pieceNames[8] = {"wrong piece type", "", "N", "B", "R", "Q", "K", "wrong piece type"};
   static const char* const promotionNames[8] = {"", "wrong piece type to promote to", "N", "B", "R", "Q",
                                                 "wrong piece type to promote to", "wrong piece type to promote to"};
   static const char* const capturedNames[8] = {"wrong piece type", "p", "N", "B", "R", "Q", "K", "wrong piece type"};
+  static char text[96];
   const int piece = MovePiece(m), captured = MoveCaptured(m);
+  char* out = text;
   if (piece == Pawn) {
-    if (captured) printf("%cx", 'a' + FileOf(MoveFrom(m)));
+    if (captured) out += sprintf(out, "%cx", 'a' + FileOf(MoveFrom(m)));
   } else {
-    fputs(pieceNames[piece], stdout);
-    if (captured) printf("x");
+    out += sprintf(out, "%s%s", pieceNames[piece], captured ? "x" : "");
   }
-  PrintSquare(MoveTo(m));
-  fputs(promotionNames[MovePromotion(m)], stdout);
-  if (captured) printf("(%s)", capturedNames[captured]);
-  printf(" ");
+  out += sprintf(out, "%c%c%s", 'a' + FileOf(MoveTo(m)), '1' + RankOf(MoveTo(m)), promotionNames[MovePromotion(m)]);
+  if (captured) sprintf(out, "(%s)", capturedNames[captured]);
+  return text;
 }
+
+void PrintMove(Move m) { printf("%s ", MoveText(m)); }
 
 void PrintMoveList(const Move* list) {
   for (; *list; list++) PrintMove(*list);

@@ -3,8 +3,14 @@
 
 #include "board/types.h"
 
+// Coordinate form, as the GUI reads it: "e2e4", "e7e8q". A static buffer the next call overwrites.
+const char* CoordinateText(Move m);
+
 // "move e7e8q" and a line end.
 void PrintCoordinateMove(Move m);
+
+// Display notation without the blank, in a static buffer the next call overwrites.
+const char* MoveText(Move m);
 
 // Display notation followed by one blank: Nxe5(p), dxe8Q(R), Kg1. No disambiguation or check
 // marks: it is for people reading diagnostics and analysis lines.

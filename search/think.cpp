@@ -14,6 +14,7 @@
 
 ThinkResult thinkResult;
 int32_t thinkTime;
+FILE* thinkEpdOutput;
 
 constexpr int AspirationWindow = 250;
 constexpr int32_t NoTimeLimit = 1000000000;
@@ -114,6 +115,13 @@ Iteration SearchRoot(int d, int alpha, int beta, int side, int32_t start, bool p
   return it;
 }
 
+void WriteEpdResult(Move chosen) {
+  fprintf(thinkEpdOutput, "%s acd %d; acn %u; acs %d; bm %s; ce %d; pv", PositionToEpd(), thinkResult.depth,
+          NodeCount + QNodeCount, thinkTime / 100, MoveText(chosen), thinkResult.score);
+  for (int i = 0; i < thinkResult.pvLength; i++) fprintf(thinkEpdOutput, " %s", MoveText(thinkResult.pv[i]));
+  fprintf(thinkEpdOutput, ";\n");
+}
+
 }  // namespace
 
 Move Think(int side, int maxDepth, int flags) {
@@ -205,7 +213,9 @@ Move Think(int side, int maxDepth, int flags) {
   }
   // Step 9
   thinkTime = ClockCentiseconds() - start;
-  return chosen ? chosen : rootMoves[0].move;
+  if (!chosen) chosen = rootMoves[0].move;
+  if (thinkEpdOutput) WriteEpdResult(chosen);
+  return chosen;
 }
 
 int32_t MoveBudget() {

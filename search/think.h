@@ -1,6 +1,8 @@
 // The driver of one search: time budget, book, iterative deepening, thinking output.
 #pragma once
 
+#include <cstdio>
+
 #include "board/types.h"
 #include "search/search.h"
 
@@ -15,6 +17,10 @@ extern ThinkResult thinkResult;
 
 // Hundredths of a second the last Think used.
 extern int32_t thinkTime;
+
+// When set, each search ends by writing the position and its result there as EPD operations
+// (acd, acn, acs, bm, ce, pv): the EPD analysis mode's result file under -epdmode.
+extern FILE* thinkEpdOutput;
 
 enum ThinkFlags {
   ThinkNormal = 0,

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "board/types.h"
+#include "board/notation.h"
 #include "platform/platform.h"
 #include "search/control.h"
 #include "search/think.h"
@@ -36,26 +37,13 @@ void WaitForEnter() {
   }
 }
 
-static void AppendCoordinateMove(char*& out, Move m) {
-  static const char promotionLetters[] = "  nbrq  ";
-  *out++ = char('a' + FileOf(MoveFrom(m)));
-  *out++ = char('1' + RankOf(MoveFrom(m)));
-  *out++ = char('a' + FileOf(MoveTo(m)));
-  *out++ = char('1' + RankOf(MoveTo(m)));
-  if (MovePromotion(m)) *out++ = promotionLetters[MovePromotion(m)];
-  *out++ = ' ';
-}
-
 // Answer to "." while thinking: depth, score, nodes and the line the search currently holds.
 static void PrintStatusLine() {
   printf("%d.\t%d\t0\t%u\t%u\t", thinkResult.depth, thinkResult.score, unsigned(NodeCount), unsigned(QNodeCount));
-  char text[MaxSearchPly * 6 + 1];
-  char* out = text;
   int length = thinkResult.pvLength;
   if (length > MaxSearchPly) length = MaxSearchPly;
-  for (int i = 0; i < length; i++) AppendCoordinateMove(out, thinkResult.pv[i]);
-  *out = '\0';
-  printf("%s\n", text);
+  for (int i = 0; i < length; i++) printf("%s ", CoordinateText(thinkResult.pv[i]));
+  printf("\n");
 }
 
 static bool IsCoordinateMoveStart(const char* line) {

@@ -161,10 +161,7 @@ void Hint() {
   const Move m = Think(interpreter.sideToMove, 60);
   engineFlags.searching = 0;
   if (!m) return;
-  printf("Hint: %c%c%c%c", 'a' + FileOf(MoveFrom(m)), '1' + RankOf(MoveFrom(m)), 'a' + FileOf(MoveTo(m)),
-         '1' + RankOf(MoveTo(m)));
-  if (MovePromotion(m)) printf("%c", " pnbrqk"[MovePromotion(m)]);
-  printf("\n");
+  printf("Hint: %s\n", CoordinateText(m));
 }
 
 void TakeBack(int halfMoves) {

@@ -8,6 +8,7 @@
 #include "search/control.h"
 #include "search/hash.h"
 #include "search/pawns.h"
+#include "shell/epd.h"
 #include "shell/interpreter.h"
 #include "shell/settings.h"
 
@@ -37,8 +38,10 @@ int main(int argc, char** argv) {
   // The tablebase registry reports the most pieces its tables cover; none are registered yet.
   printf("Initialized tablebases : %d\n", 0);
 
-  // EPD analysis arrives with its driver.
-  if (settings.analyseMode && settings.epdFile) return 0;
+  if (settings.analyseMode && settings.epdFile) {
+    Analyse(settings.epdFile, settings.outFile, settings.maxTime, settings.maxPly, settings.tag);
+    return 0;
+  }
   if (!settings.playMode) return 0;
   SetInitialPosition();
   // The opening book is opened here once it exists.

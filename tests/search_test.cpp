@@ -51,12 +51,7 @@ class SearchTest : public testing::Test {
     return m;
   }
 
-  static std::string Text(Move m) {
-    char s[6] = {char('a' + MoveFrom(m) % 8), char('1' + MoveFrom(m) / 8), char('a' + MoveTo(m) % 8),
-                 char('1' + MoveTo(m) / 8), 0, 0};
-    if (MovePromotion(m)) s[4] = " pnbrqk"[MovePromotion(m)];
-    return s;
-  }
+  static std::string Text(Move m) { return CoordinateText(m); }
 };
 
 // Mated at ply p scores -327670 + 10 p; the driver reports centipawns (a tenth).

@@ -37,9 +37,7 @@ static void Divide(int depth) {
     MakeMove(*m, 0, side);
     const uint64_t n = depth > 1 ? Perft(depth - 1, side ^ 1, 1) : 1;
     UnmakeMove(*m, 0, side);
-    printf("%c%c%c%c", 'a' + MoveFrom(*m) % 8, '1' + MoveFrom(*m) / 8, 'a' + MoveTo(*m) % 8, '1' + MoveTo(*m) / 8);
-    if (MovePromotion(*m)) printf("%c", " pnbrqk"[MovePromotion(*m)]);
-    printf(" %llu\n", (unsigned long long)n);
+    printf("%s %llu\n", CoordinateText(*m), (unsigned long long)n);
     total += n;
   }
   Report(total, Seconds() - start);

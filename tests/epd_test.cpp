@@ -1,0 +1,137 @@
+// EPD analysis on small suites written for the test: the counters, "notfound.epd", the result
+// file in both forms, and the report.
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "search/control.h"
+#include "search/hash.h"
+#include "shell/epd.h"
+#include "shell/settings.h"
+
+namespace {
+
+std::string Read(const std::string& path) {
+  std::ifstream in(path);
+  std::stringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+void Write(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
+
+// Each test runs in a directory of its own, where "notfound.epd" lands.
+class EpdAnalysis : public testing::Test {
+ protected:
+  void SetUp() override {
+    char pattern[] = "/tmp/ostrel-epd-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    dir = pattern;
+    ASSERT_EQ(getcwd(previous, sizeof previous), previous);
+    ASSERT_EQ(chdir(dir.c_str()), 0);
+    testing::internal::CaptureStdout();
+    if (!hashTable) InitHT(MinHashBits);
+    testing::internal::GetCapturedStdout();
+    settings = Settings{};
+    engineFlags = EngineFlags{};
+    gameClock = GameClock{};
+  }
+  void TearDown() override {
+    engineFlags.analyze = 0;
+    ASSERT_EQ(chdir(previous), 0);
+    std::string clean = "rm -rf " + dir;
+    ASSERT_EQ(system(clean.c_str()), 0);
+  }
+  std::string Run(const char* suite, const char* result, int depth = 4) {
+    testing::internal::CaptureStdout();
+    Analyse(suite, result, 1000, depth, "test engine");
+    return testing::internal::GetCapturedStdout();
+  }
+  std::string dir;
+  char previous[4096];
+};
+
+// Two easy tactics with bm, a quiet position without bm, an unreadable bm, then an empty line
+// and a position that is never reached.
+const char* const suite =
+    "r1bqkb1r/pppp1ppp/2n2n2/4p2Q/2B1P3/8/PPPP1PPP/RNB1K1NR w KQkq - bm Qxf7#; id \"mate\";\n"
+    "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - bm Rd8#; id \"back rank\";\n"
+    "4k3/8/8/8/8/8/4P3/4K3 w - - id \"no bm\";\n"
+    "4k3/8/8/8/8/8/4P3/4K3 w - - bm Zz9; id \"unreadable\";\n"
+    "\n"
+    "r1bqkb1r/pppp1ppp/2n2n2/4p2Q/2B1P3/8/PPPP1PPP/RNB1K1NR w KQkq - bm Qxf7#; id \"after the gap\";\n";
+
+}  // namespace
+
+TEST_F(EpdAnalysis, CountsFilesAndReport) {
+  Write("suite.epd", suite);
+  const std::string out = Run("suite.epd", "results.txt");
+  EXPECT_NE(out.find("Best move converted Qxf7#\nTest move : [Qxf7#]\n"), std::string::npos);
+  EXPECT_NE(out.find("move Zz9 is not valid\n"), std::string::npos);
+  EXPECT_EQ(out.find("after the gap"), std::string::npos);
+
+  // Missed: the unreadable bm (expected move 0, but the search found one) is not a miss, so
+  // nothing is listed; the position without bm counts as not found either.
+  EXPECT_EQ(Read("notfound.epd"), "");
+
+  const std::string results = Read("results.txt");
+  EXPECT_EQ(results.rfind("Description : test engine\n\nAnalysing position : r1bqkb1r", 0), 0u) << results;
+  EXPECT_NE(results.find("Best move found !\npawn hashtable full : "), std::string::npos);
+  EXPECT_NE(results.find("\n\nRESULTS :\n\nnodes  = "), std::string::npos);
+  EXPECT_NE(results.find("positiones searched = 4\n"), std::string::npos);
+  EXPECT_NE(results.find("best moves identified = 3\n"), std::string::npos);
+  EXPECT_NE(results.find("  of which were not recognized = 1\n"), std::string::npos);
+  EXPECT_NE(results.find("  from the rest, best moves found = 2 (100%)\n"), std::string::npos);
+  EXPECT_NE(results.find("\nhash probes = "), std::string::npos);
+  EXPECT_NE(results.find("\npawn scores computed : "), std::string::npos);
+}
+
+TEST_F(EpdAnalysis, MissedPositionsAreCopiedAsRead) {
+  // The mate is found; the listed "best move" of the second position is a poor one the engine
+  // does not play.
+  const std::string missedLine = "r3k3/8/8/8/8/8/5N2/4K3 w - - bm Nd3; id \"not a best move\";\n";
+  Write("suite.epd", "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - bm Rd8#;\n" + missedLine);
+  Run("suite.epd", nullptr, 3);
+  EXPECT_EQ(Read("notfound.epd"), missedLine);
+}
+
+TEST_F(EpdAnalysis, EpdModeWritesOnlyTheOperations) {
+  settings.epdOutput = true;
+  Write("suite.epd", suite);
+  Run("suite.epd", "results.epd");
+  std::istringstream lines(Read("results.epd"));
+  std::string line;
+  int count = 0;
+  while (std::getline(lines, line)) {
+    count++;
+    EXPECT_NE(line.find(" acd "), std::string::npos) << line;
+    EXPECT_NE(line.find("; acn "), std::string::npos) << line;
+    EXPECT_NE(line.find("; bm "), std::string::npos) << line;
+    EXPECT_NE(line.find("; ce "), std::string::npos) << line;
+    EXPECT_NE(line.find("; pv "), std::string::npos) << line;
+  }
+  EXPECT_EQ(count, 4);
+  EXPECT_EQ(Read("results.epd").rfind("r1bqkb1r/pppp1ppp/2n2n2/4p2Q/2B1P3/8/PPPP1PPP/RNB1K1NR w KQkq -  acd ", 0), 0u);
+}
+
+TEST_F(EpdAnalysis, MissingSuiteUnwritableResultAndBrokenPositions) {
+  EXPECT_EQ(Run("no-such-suite.epd", "results.txt"), "Cannot open file no-such-suite.epd\n");
+  EXPECT_EQ(access("notfound.epd", F_OK), -1);
+  EXPECT_EQ(access("results.txt", F_OK), -1);
+
+  Write("broken.epd",
+        std::string(5000, '7') + "\n" +  // longer than a line can be: read in pieces
+        "this is no position at all, bm e4;\n"
+        "8/8/8/8/8/8/8/8 w - - bm e4;\n"
+        "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - bm e4;\n");
+  const std::string out = Run("broken.epd", "/no/such/dir/results.txt", 3);
+  EXPECT_EQ(out.rfind("Cannot open output file /no/such/dir/results.txtAnalysing position : 7777", 0), 0u);
+  EXPECT_NE(out.find("Analysing position : this is no position"), std::string::npos);
+  EXPECT_NE(out.find("Error in position : king not found\n"), std::string::npos);
+  EXPECT_NE(out.find("Analysing position : rnbqkbnr"), std::string::npos);
+}
