@@ -1,0 +1,200 @@
+#include "tests/engine_process.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+typedef std::chrono::steady_clock Clock;
+
+int MillisecondsUntil(Clock::time_point deadline) {
+  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+  return left > 0 ? int(left) : 0;
+}
+
+void RemoveScratchDirectory(const std::string& dir) {
+  if (DIR* d = opendir(dir.c_str())) {
+    while (dirent* entry = readdir(d)) {
+      if (strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0)
+        unlink((dir + "/" + entry->d_name).c_str());
+    }
+    closedir(d);
+  }
+  rmdir(dir.c_str());
+}
+
+// Reads what arrives within `ms` and splits it into lines. False once the output has ended.
+bool ReadSome(EngineProcess& e, int ms) {
+  if (e.outputClosed) return false;
+  pollfd p = {e.fromEngine, POLLIN, 0};
+  if (poll(&p, 1, ms) <= 0) return true;
+  char buffer[65536];
+  const ssize_t n = read(e.fromEngine, buffer, sizeof buffer);
+  if (n <= 0) {
+    e.outputClosed = true;
+    if (!e.partial.empty()) e.lines.push_back(e.partial);
+    e.partial.clear();
+    return false;
+  }
+  for (ssize_t i = 0; i < n; i++) {
+    if (buffer[i] == '\n') {
+      e.lines.push_back(e.partial);
+      e.partial.clear();
+    } else if (buffer[i] != '\r') {
+      e.partial += buffer[i];
+    }
+  }
+  return true;
+}
+
+void Reap(EngineProcess& e, bool wait) {
+  if (e.pid <= 0 || e.exited) return;
+  if (waitpid(e.pid, &e.waitStatus, wait ? 0 : WNOHANG) == e.pid) e.exited = true;
+}
+
+}  // namespace
+
+const char* EnginePath() { return OSTREL_ENGINE; }
+
+bool StartsWith(const std::string& s, const std::string& prefix) {
+  return s.compare(0, prefix.size(), prefix) == 0;
+}
+
+bool StartEngine(EngineProcess& e, const std::vector<std::string>& args) {
+  // A write to an engine that has died must fail the test, not kill the test runner.
+  signal(SIGPIPE, SIG_IGN);
+  const char* tmp = getenv("TMPDIR");
+  std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/ostrel-run-XXXXXX";
+  std::vector<char> dir(pattern.begin(), pattern.end());
+  dir.push_back('\0');
+  if (!mkdtemp(dir.data())) return false;
+  e.scratchDir = dir.data();
+
+  int in[2], out[2];
+  // Close-on-exec, so that engines started side by side from several threads never inherit one
+  // another's pipes and miss the end of their input.
+  if (pipe2(in, O_CLOEXEC) != 0) return false;
+  if (pipe2(out, O_CLOEXEC) != 0) return false;
+  std::vector<std::string> argv_strings = {EnginePath()};
+  argv_strings.insert(argv_strings.end(), args.begin(), args.end());
+  std::vector<char*> argv;
+  for (auto& a : argv_strings) argv.push_back(const_cast<char*>(a.c_str()));
+  argv.push_back(nullptr);
+
+  const pid_t pid = fork();
+  if (pid < 0) return false;
+  if (pid == 0) {
+    // Only async-signal-safe calls from here: the parent may have other threads.
+    dup2(in[0], 0);
+    dup2(out[1], 1);
+    dup2(out[1], 2);  // sanitizer reports land in the transcript
+    if (chdir(dir.data()) != 0) _exit(126);
+    execv(argv[0], argv.data());
+    _exit(127);
+  }
+  close(in[0]);
+  close(out[1]);
+  e.pid = pid;
+  e.toEngine = in[1];
+  e.fromEngine = out[0];
+  return true;
+}
+
+bool Send(EngineProcess& e, const std::string& line) {
+  if (e.toEngine < 0) return false;
+  const std::string text = line + "\n";
+  size_t done = 0;
+  while (done < text.size()) {
+    const ssize_t n = write(e.toEngine, text.data() + done, text.size() - done);
+    if (n <= 0) return false;
+    done += size_t(n);
+  }
+  // Keep the engine's output pipe from filling while the test only writes.
+  ReadSome(e, 0);
+  return true;
+}
+
+bool WaitForLine(EngineProcess& e, const LineTest& test, int timeoutMs, std::string* found,
+                 std::vector<std::string>* skipped) {
+  const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+  for (;;) {
+    while (e.consumed < e.lines.size()) {
+      const std::string& line = e.lines[e.consumed++];
+      if (test(line)) {
+        if (found) *found = line;
+        return true;
+      }
+      if (skipped) skipped->push_back(line);
+    }
+    const int left = MillisecondsUntil(deadline);
+    if (left == 0 || !ReadSome(e, left)) {
+      // Lines that arrived together with the end of output still count.
+      if (e.consumed < e.lines.size()) continue;
+      return false;
+    }
+  }
+}
+
+bool WaitForExact(EngineProcess& e, const std::string& text, int timeoutMs, std::vector<std::string>* skipped) {
+  return WaitForLine(e, [&](const std::string& l) { return l == text; }, timeoutMs, nullptr, skipped);
+}
+
+bool WaitForPrefix(EngineProcess& e, const std::string& prefix, int timeoutMs, std::string* found,
+                   std::vector<std::string>* skipped) {
+  return WaitForLine(e, [&](const std::string& l) { return StartsWith(l, prefix); }, timeoutMs, found, skipped);
+}
+
+void Collect(EngineProcess& e, int ms) {
+  const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(ms);
+  while (MillisecondsUntil(deadline) > 0 && ReadSome(e, MillisecondsUntil(deadline))) {
+  }
+}
+
+bool WaitForExit(EngineProcess& e, int timeoutMs) {
+  const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+  for (;;) {
+    Reap(e, false);
+    if (e.exited) {
+      while (ReadSome(e, 200)) {
+      }
+      return true;
+    }
+    const int left = MillisecondsUntil(deadline);
+    if (left == 0) return false;
+    if (!ReadSome(e, left < 20 ? left : 20)) usleep(10000);
+  }
+}
+
+void StopEngine(EngineProcess& e) {
+  if (e.pid > 0 && !e.exited) {
+    Reap(e, false);
+    if (!e.exited) {
+      kill(e.pid, SIGKILL);
+      Reap(e, true);
+    }
+  }
+  if (e.toEngine >= 0) close(e.toEngine);
+  if (e.fromEngine >= 0) close(e.fromEngine);
+  e.toEngine = e.fromEngine = -1;
+  if (!e.scratchDir.empty()) RemoveScratchDirectory(e.scratchDir);
+  e.scratchDir.clear();
+}
+
+EngineProcess::~EngineProcess() { StopEngine(*this); }
+
+std::string Tail(const EngineProcess& e, size_t count) {
+  std::string text;
+  const size_t from = e.lines.size() > count ? e.lines.size() - count : 0;
+  for (size_t i = from; i < e.lines.size(); i++) text += "  | " + e.lines[i] + "\n";
+  if (!e.partial.empty()) text += "  | " + e.partial + " (no line end)\n";
+  return text;
+}
