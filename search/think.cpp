@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "board/fen.h"
+#include "book/book.h"
 #include "board/game.h"
 #include "board/makemove.h"
 #include "board/movegen.h"
@@ -138,7 +139,9 @@ Move Think(int side, int maxDepth, int flags) {
   memset(CounterMoveDepth, 0, sizeof CounterMoveDepth);
   printf("epd diagram : %s\n", PositionToEpd());
 
-  // Step 3: the opening book is consulted here once it exists.
+  // Step 3
+  if (engineFlags.bookUse)
+    if (const Move bookMove = ProbeBook(side)) return bookMove;
 
   // Step 4
   const int32_t start = ClockCentiseconds();

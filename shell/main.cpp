@@ -2,6 +2,9 @@
 #include <cstdio>
 
 #include "board/fen.h"
+#include "book/book.h"
+#include "book/builder.h"
+#include "book/master.h"
 #include "board/keys.h"
 #include "board/tables.h"
 #include "platform/platform.h"
@@ -11,6 +14,8 @@
 #include "shell/epd.h"
 #include "shell/interpreter.h"
 #include "shell/settings.h"
+
+constexpr int BookBuildingHashBits = 17;
 
 // The precomputed tables, in the order the keys depend on: the random keys are drawn last.
 static void InitBoardTables() {
@@ -29,9 +34,19 @@ int main(int argc, char** argv) {
   for (int i = 0; i < argc; i++) printf("%s\n", argv[i]);
   ParseOptions(argc, argv);
 
-  // The book-building steps run with a small table and no tablebases; their drivers arrive with
-  // the book builder.
-  if (settings.buildBook || settings.pgnSource) return 0;
+  // The book-building steps run with a small table and no tablebases.
+  if (settings.buildBook) {
+    InitHT(BookBuildingHashBits);
+    InitBoardTables();
+    BuildBook(settings.tempFile, "book.bin", "index.dat");
+    return 0;
+  }
+  if (settings.pgnSource) {
+    InitHT(BookBuildingHashBits);
+    InitBoardTables();
+    PgnToTemp(settings.pgnSource, settings.tempFile, settings.maxBookMoves);
+    return 0;
+  }
 
   InitHT(settings.hashBits);
   InitBoardTables();
@@ -44,6 +59,7 @@ int main(int argc, char** argv) {
   }
   if (!settings.playMode) return 0;
   SetInitialPosition();
-  // The opening book is opened here once it exists.
+  OpenBook("book.bin", "index.dat");
+  LoadMasterBook("learn.txt", "learn.bin");
   MainLoop();
 }
