@@ -420,3 +420,41 @@ TEST_F(Protocol, QuitDuringASearchExitsWithoutMoving) {
 }
 
 }  // namespace
+
+TEST_F(Protocol, BadInputLeavesTheGameIntact) {
+  Send("new");
+  Send("force");
+  Send("e2e4");
+  // Garbage, bytes of every value, a 10,000-character line, moves in other notations and with
+  // impossible squares: each is ignored or refused, none may crash, hang or disturb the game.
+  std::string binary;
+  for (int c = 1; c < 256; c++)
+    if (c != '\n' && c != '\r' && c != 8) binary += char(c);
+  for (const std::string& line :
+       {std::string("hello engine"), binary, std::string(10000, 'x'), std::string(10000, '7'), std::string("e4"),
+        std::string("Nf3"), std::string("e7-e5"), std::string("E7E5"), std::string("e7e9"), std::string("i7i5"),
+        std::string("e7e5x"), std::string("sd"), std::string("st -5"), std::string("hash"),
+        std::string("level x y z"), std::string("time"), std::string("otim abc")})
+    Send(line);
+  Sync();
+  // e7e5x is the one that reads as a move (the fifth character names no piece), so it is played.
+  EXPECT_EQ("rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR", PrintedBoard());
+
+  // A hundred lines at once: the queue keeps sixty and drops the rest, never more.
+  std::string burst;
+  for (int i = 0; i < 100; i++) burst += "nonsense " + std::to_string(i) + "\n";
+  burst.pop_back();
+  Send(burst);
+  Collect(engine, 1500);  // the burst is read and worked through before the next line is sent
+  Sync();
+  EXPECT_EQ("rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR", PrintedBoard());
+
+  // Edit mode with squares off the board and unknown letters places nothing there.
+  Send("edit");
+  for (const char* line : {"#", "Ke1", "kz9", "ki1", "k", "x", "Pa0", "?", "c", "Ke8", "c", "Qd1", "."}) Send(line);
+  EXPECT_EQ("4k3/8/8/8/8/8/8/3QK3", PrintedBoard());
+
+  Send("quit");
+  EXPECT_TRUE(WaitForExit(engine, ReplyMs));
+  EXPECT_TRUE(WIFEXITED(engine.waitStatus) && WEXITSTATUS(engine.waitStatus) == 0);
+}
