@@ -152,3 +152,19 @@ void PickBest(Move* moves, Move* end, int* scores) {
     }
   }
 }
+
+void SortByScore(Move* moves, int* scores, int count) {
+  for (bool swapped = true; swapped;) {
+    swapped = false;
+    for (int i = 0; i + 1 < count; i++)
+      if (scores[i] < scores[i + 1]) {
+        const Move m = moves[i];
+        moves[i] = moves[i + 1];
+        moves[i + 1] = m;
+        const int s = scores[i];
+        scores[i] = scores[i + 1];
+        scores[i + 1] = s;
+        swapped = true;
+      }
+  }
+}

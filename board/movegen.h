@@ -27,6 +27,10 @@ bool IsValidMove(Move m, int side);
 // Swaps a highest-scored move (the earliest of equals) to the front of the list.
 void PickBest(Move* moves, Move* end, int* scores);
 
+// Sorts moves and their scores together, highest first, by adjacent exchanges until a pass
+// makes none: equal scores keep their order (the generator's, which ties are meant to follow).
+void SortByScore(Move* moves, int* scores, int count);
+
 // Material that `side` wins, in pieceValue units, by the exchange on `to` begun by the piece on
 // `from`, both sides capturing with their least valuable piece and free to stop.
 int StaticExchange(int from, int to, int side);

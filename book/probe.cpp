@@ -93,26 +93,6 @@ const BookRecord* FindRecord(uint64_t moveKey) {
   return nullptr;
 }
 
-// Descending by score; a pair is swapped only when strictly out of order, so equal scores keep
-// the generator's order, which decides ties in analysis mode.
-void SortByScore(int n) {
-  bool swapped = true;
-  while (swapped) {
-    swapped = false;
-    for (int i = 0; i + 1 < n; i++) {
-      if (bookScores[i] < bookScores[i + 1]) {
-        const int score = bookScores[i];
-        bookScores[i] = bookScores[i + 1];
-        bookScores[i + 1] = score;
-        const Move move = bookMoves[i];
-        bookMoves[i] = bookMoves[i + 1];
-        bookMoves[i + 1] = move;
-        swapped = true;
-      }
-    }
-  }
-}
-
 }  // namespace
 
 void OpenBook(const char* bookName, const char* indexName) {
@@ -162,7 +142,8 @@ Move ProbeBook(int side) {
     if (wins > 1) bookScores[i] += wins;
   }
 
-  SortByScore(n);
+  // Equal scores keep the generator's order, which decides ties in analysis mode.
+  SortByScore(bookMoves, bookScores, n);
   if (n == 0 || bookScores[0] <= 0) return 0;
 
   printf("%s", engineFlags.analyze ? "1.\t0\t0\t0\t0 Book moves : " : "Best book moves in this position : ");

@@ -214,21 +214,8 @@ static Outcome SearchMoves(Node& n, int start) {
     if (MovePromotion(m)) gain += pieceValue[MovePromotion(m)] - pieceValue[MovePiece(m)];
     scoreList[i] = Wrap32(gain * 1000 + HistoryTable[side][m & 4095]);
   }
-  // Stage a: a bubble sort that stops after a pass without a swap keeps equal scores in
-  // generation order.
-  for (bool swapped = true; swapped;) {
-    swapped = false;
-    for (int i = start; i + 1 < end; i++)
-      if (scoreList[i + 1] > scoreList[i]) {
-        const Move m = moveList[i];
-        moveList[i] = moveList[i + 1];
-        moveList[i + 1] = m;
-        const int s = scoreList[i];
-        scoreList[i] = scoreList[i + 1];
-        scoreList[i + 1] = s;
-        swapped = true;
-      }
-  }
+  // Stage a: sorted once, equal scores in generation order.
+  SortByScore(moveList + start, scoreList + start, end - start);
   MoveListEnd[ply] = end;
   for (int i = start; i < end && scoreList[i] > 0; i++) {
     const Move m = moveList[i];
