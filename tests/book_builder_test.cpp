@@ -19,6 +19,7 @@
 #include "board/notation.h"
 #include "book/book.h"
 #include "book/builder.h"
+#include "tests/scratch_dir.h"
 
 namespace {
 
@@ -87,15 +88,10 @@ std::vector<Temp> ReadTemp() {
 class BookBuilder : public testing::Test {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/ostrel-book-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir = pattern;
-    ASSERT_EQ(getcwd(previous, sizeof previous), previous);
-    ASSERT_EQ(chdir(dir.c_str()), 0);
+    ASSERT_TRUE(scratch.Enter());
   }
   void TearDown() override {
-    ASSERT_EQ(chdir(previous), 0);
-    ASSERT_EQ(system(("rm -rf " + dir).c_str()), 0);
+    ASSERT_TRUE(scratch.Leave());
   }
   static std::string ToTemp(const char* pgn, int limit) {
     testing::internal::CaptureStdout();
@@ -142,8 +138,7 @@ class BookBuilder : public testing::Test {
     EXPECT_EQ(Read("stats.txt"), stats.str());
   }
 
-  std::string dir;
-  char previous[4096];
+  ScratchDirectory scratch;
 };
 
 // Starts with a game without tags; the split tag only parses with the escaped-quote rule; the

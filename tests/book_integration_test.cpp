@@ -16,17 +16,14 @@
 #include "book/master.h"
 #include "search/control.h"
 #include "search/think.h"
+#include "tests/scratch_dir.h"
 
 namespace {
 
 class BooksTogether : public testing::Test {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/ostrel-books-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir = pattern;
-    ASSERT_EQ(getcwd(previous, sizeof previous), previous);
-    ASSERT_EQ(chdir(dir.c_str()), 0);
+    ASSERT_TRUE(scratch.Enter());
     engineFlags = EngineFlags{};
     gameClock = GameClock{};
     // Three White wins with 1.e4 e5 2.Nf3 and two with 1.e4 e5 2.Bc4: the statistics prefer Nf3.
@@ -45,8 +42,7 @@ class BooksTogether : public testing::Test {
     openingBook.bookFile = nullptr;
     ClearMasterBook();
     engineFlags = EngineFlags{};
-    ASSERT_EQ(chdir(previous), 0);
-    ASSERT_EQ(system(("rm -rf " + dir).c_str()), 0);
+    ASSERT_TRUE(scratch.Leave());
   }
 
   // The game 1.e4 e5, then the book's answer for White as the first search would get it.
@@ -64,8 +60,7 @@ class BooksTogether : public testing::Test {
     return std::string(CoordinateText(m)) + "|" + out;
   }
 
-  std::string dir;
-  char previous[4096];
+  ScratchDirectory scratch;
 };
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include "search/hash.h"
 #include "shell/epd.h"
 #include "shell/settings.h"
+#include "tests/scratch_dir.h"
 
 namespace {
 
@@ -29,11 +30,7 @@ void Write(const std::string& path, const std::string& text) { std::ofstream(pat
 class EpdAnalysis : public testing::Test {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/ostrel-epd-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir = pattern;
-    ASSERT_EQ(getcwd(previous, sizeof previous), previous);
-    ASSERT_EQ(chdir(dir.c_str()), 0);
+    ASSERT_TRUE(scratch.Enter());
     testing::internal::CaptureStdout();
     if (!hashTable) InitHT(MinHashBits);
     testing::internal::GetCapturedStdout();
@@ -43,17 +40,14 @@ class EpdAnalysis : public testing::Test {
   }
   void TearDown() override {
     engineFlags.analyze = 0;
-    ASSERT_EQ(chdir(previous), 0);
-    std::string clean = "rm -rf " + dir;
-    ASSERT_EQ(system(clean.c_str()), 0);
+    ASSERT_TRUE(scratch.Leave());
   }
   std::string Run(const char* suite, const char* result, int depth = 4) {
     testing::internal::CaptureStdout();
     Analyse(suite, result, 1000, depth, "test engine");
     return testing::internal::GetCapturedStdout();
   }
-  std::string dir;
-  char previous[4096];
+  ScratchDirectory scratch;
 };
 
 // Two easy tactics with bm, a quiet position without bm, an unreadable bm, then an empty line

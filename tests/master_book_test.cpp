@@ -15,6 +15,7 @@
 #include "board/makemove.h"
 #include "board/movegen.h"
 #include "book/master.h"
+#include "tests/scratch_dir.h"
 
 namespace {
 
@@ -49,17 +50,12 @@ bool Same(const MasterMove& a, const MasterMove& b) { return memcmp(&a, &b, size
 class MasterBook : public testing::Test {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/ostrel-master-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir = pattern;
-    ASSERT_EQ(getcwd(previous, sizeof previous), previous);
-    ASSERT_EQ(chdir(dir.c_str()), 0);
+    ASSERT_TRUE(scratch.Enter());
     ClearMasterBook();
   }
   void TearDown() override {
     ClearMasterBook();
-    ASSERT_EQ(chdir(previous), 0);
-    ASSERT_EQ(system(("rm -rf " + dir).c_str()), 0);
+    ASSERT_TRUE(scratch.Leave());
   }
 
   std::string Load() {
@@ -102,8 +98,7 @@ class MasterBook : public testing::Test {
     return 0;
   }
 
-  std::string dir;
-  char previous[4096];
+  ScratchDirectory scratch;
   std::vector<Move> legalMoves;
   std::vector<int> scores;
   int count = 0;
