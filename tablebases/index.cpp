@@ -432,7 +432,7 @@ bool DecodeMen(const TableLayout& layout, uint32_t index, TableMen* out, int* ep
 
   Bitboard frame[2][6] = {};
   Bitboard taken = Bit(kA) | Bit(kB) | block;
-  Bitboard clash = 0;
+  Bitboard clash = (Bit(kA) | Bit(kB)) & block;
   for (int pass = 0; pass < 2; pass++)  // sntm pieces go where stm men and sntm pawns leave room
     for (int i = 0; i < groupCount; i++) {
       const ManGroup& g = groups[i];
