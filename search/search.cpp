@@ -237,7 +237,9 @@ static Outcome SearchMoves(Node& n, int start) {
     if (o != Outcome::Continue) return o;
   }
 
-  // Stages c and d: quiet moves join the captures left over, highest score first.
+  // Stages c and d: quiet moves join the captures left over, highest score first. The killers
+  // are skipped here only when stage b searched them: a slot whose count is 0 is not in use, and
+  // passing over its move would leave a legal move of this position unsearched altogether.
   const int quietStart = end;
   end = int(GenerateQuiet(moveList + end, side) - moveList);
   for (int i = quietStart; i < end; i++) scoreList[i] = Wrap32(HistoryTable[side][moveList[i] & 4095]);
