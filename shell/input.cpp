@@ -46,17 +46,11 @@ static void PrintStatusLine() {
   printf("\n");
 }
 
-static bool IsCoordinateMoveStart(const char* line) {
-  return line[0] >= 'a' && line[0] <= 'h' && line[1] >= '1' && line[1] <= '8' && line[2] >= 'a' && line[2] <= 'h' &&
-         line[3] >= '1' && line[3] <= '8';
-}
-
 static bool Is(const char* line, const char* command) { return strcmp(line, command) == 0; }
 
 // Acts at once on what cannot wait for the search to finish, then queues the rest for the
 // interpreter.
-static void ScreenLine() {
-  const char* line = lineBuffer;
+static void ScreenLine(const char* line) {
   printf("AddTo Queue [%s]\n", line);
   if (Is(line, "quit") || Is(line, "exit")) exit(0);
 
@@ -93,15 +87,34 @@ static void ScreenLine() {
 
   // The opponent's move ends a ponder or analysis search so the interpreter can play it; while
   // thinking on its own move the engine finishes first.
-  if (engineFlags.searching && (engineFlags.analyze || engineFlags.pondering) && IsCoordinateMoveStart(line))
+  int from, to, promotion;
+  if (engineFlags.searching && (engineFlags.analyze || engineFlags.pondering) &&
+      ReadCoordinateMove(line, from, to, promotion))
     TimeLeft = -1;
 
+  QueueLine(line);
+}
+
+static LineScreen screenLine = ScreenLine;
+static PollCheck pollCheck = nullptr;
+static bool firstLineRead = false;
+static bool uciRequested = false;
+
+void InstallInputHandlers(LineScreen screen, PollCheck check) {
+  screenLine = screen;
+  pollCheck = check;
+}
+
+bool UciRequested() { return uciRequested; }
+
+void QueueLine(const char* line) {
   if (queuedLines >= uint32_t(InputQueueSlots)) return;
-  memcpy(lineQueue[queuedLines], lineBuffer, InputLineSize);
+  strncpy(lineQueue[queuedLines], line, InputLineSize - 1);
+  lineQueue[queuedLines][InputLineSize - 1] = '\0';
   queuedLines++;
 }
 
-// Returns false for a backspace, which ends a pipe poll.
+// Returns false for a backspace, which ends a pipe poll, and for a first line "uci".
 static bool TakeCharacter(int c) {
   if (c == 8) {
     if (lineFill > 0) lineFill--;
@@ -111,7 +124,12 @@ static bool TakeCharacter(int c) {
   if (c == '\r' || c == '\n') {
     lineBuffer[lineFill] = '\0';
     lineFill = 0;
-    ScreenLine();
+    if (!firstLineRead) {
+      firstLineRead = true;
+      uciRequested = strcmp(lineBuffer, "uci") == 0;
+      if (uciRequested) return false;
+    }
+    screenLine(lineBuffer);
     return true;
   }
   // Characters past the room are dropped until the line ends.
@@ -120,6 +138,7 @@ static bool TakeCharacter(int c) {
 }
 
 void PollInput() {
+  if (pollCheck) pollCheck();
   if (consoleInput) {
     // One key per poll paces typing at the idle loop's rate; that is deliberate.
     if (ConsoleKeyWaiting()) TakeCharacter(ReadConsoleKey());

@@ -14,6 +14,20 @@ void SetUpConsole();
 // once; most lines are queued for the interpreter).
 void PollInput();
 
+// How a session treats its input. The xboard screen is the default. A UCI session installs its
+// own screen, and a check that runs at every poll (the search polls every 2,048 nodes), when it
+// starts.
+typedef void (*LineScreen)(const char* line);
+typedef void (*PollCheck)();
+void InstallInputHandlers(LineScreen screen, PollCheck check);
+
+// Whether the session's first line was exactly "uci". That line is neither screened nor queued,
+// and the poll that read it ends there, so whatever follows reaches the UCI screen.
+bool UciRequested();
+
+// Appends a line (at most InputLineSize bytes with its NUL) to the queue; dropped when it is full.
+void QueueLine(const char* line);
+
 // Reads and discards input up to and including the next newline (or the end of input), waiting
 // for it: the pause between pages of the help and about texts.
 void WaitForEnter();
