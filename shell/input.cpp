@@ -14,12 +14,12 @@
 
 // The partial line survives between polls, so a line may arrive over many polls, some from the
 // idle loop and some from inside a search.
-static char lineBuffer[InputLineSize];
+static char lineBuffer[LongLineSize];
 static uint32_t lineFill = 0;
 
 static bool consoleInput = false;
 
-static char lineQueue[InputQueueSlots][InputLineSize];
+static char lineQueue[InputQueueSlots][LongLineSize];
 static uint32_t queuedLines = 0;
 // The interpreter reads its line from here, not from the queue, because it may poll while it
 // works (a search does) and the queue shifts under it.
@@ -109,8 +109,8 @@ bool UciRequested() { return uciRequested; }
 
 void QueueLine(const char* line) {
   if (queuedLines >= uint32_t(InputQueueSlots)) return;
-  strncpy(lineQueue[queuedLines], line, InputLineSize - 1);
-  lineQueue[queuedLines][InputLineSize - 1] = '\0';
+  strncpy(lineQueue[queuedLines], line, LongLineSize - 1);
+  lineQueue[queuedLines][LongLineSize - 1] = '\0';
   queuedLines++;
 }
 
@@ -133,7 +133,8 @@ static bool TakeCharacter(int c) {
     return true;
   }
   // Characters past the room are dropped until the line ends.
-  if (lineFill < uint32_t(InputLineSize - 1)) lineBuffer[lineFill++] = char(c);
+  const uint32_t room = uciRequested ? LongLineSize : InputLineSize;
+  if (lineFill < room - 1) lineBuffer[lineFill++] = char(c);
   return true;
 }
 
@@ -161,11 +162,12 @@ void PollInput() {
 
 int QueuedLineCount() { return int(queuedLines); }
 
-bool TakeQueuedLine(char line[InputLineSize]) {
+bool TakeQueuedLine(char* line, int size) {
   if (queuedLines == 0) return false;
-  memcpy(line, lineQueue[0], InputLineSize);
+  memcpy(line, lineQueue[0], size_t(size));
+  line[size - 1] = '\0';
   queuedLines--;
-  memmove(lineQueue[0], lineQueue[1], size_t(queuedLines) * InputLineSize);
+  memmove(lineQueue[0], lineQueue[1], size_t(queuedLines) * LongLineSize);
   return true;
 }
 

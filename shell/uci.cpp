@@ -359,8 +359,8 @@ void UciLoop() {
   initialPositionKey = pos.hashKey;
   PrintIdentity();
   for (;;) {
-    char line[InputLineSize];
-    if (TakeQueuedLine(line)) {
+    static char line[LongLineSize];
+    if (TakeQueuedLine(line, LongLineSize)) {
       Run(line);
       continue;
     }

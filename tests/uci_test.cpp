@@ -71,8 +71,10 @@ TEST_F(Uci, SessionWritesNoXboardTraces) {
 }
 
 TEST_F(Uci, FindsTheMoveEachPositionCallsFor) {
+  std::string shuffles;  // a position line far longer than an xboard line may be
+  for (int i = 0; i < 30; i++) shuffles += "g1f3 g8f6 f3g1 f6g8 ";
   struct Case {
-    const char* position;
+    std::string position;
     const char* best;  // "" for any move
     const char* info;  // a line written on the way, "" for none
   } cases[] = {
@@ -87,9 +89,10 @@ TEST_F(Uci, FindsTheMoveEachPositionCallsFor) {
       {"startpos moves f2f3 e7e5", "", ""},
       {"startpos moves f2f3 e7e6 g2g4", "d8h4", ""},
       {"startpos moves f2f3 e7e6 g2g4 d8h4", "0000", ""},
+      {"startpos moves " + shuffles + "f2f3 e7e5 g2g4", "d8h4", "score mate 1"},
   };
   for (const Case& c : cases) {
-    Send(std::string("position ") + c.position);
+    Send("position " + c.position);
     std::vector<std::string> before;
     const std::string best = BestMove("go depth 3", &before);
     EXPECT_TRUE(*c.best ? best == c.best : best.size() >= 4 && best != "0000") << c.position << ": " << best;
