@@ -23,4 +23,6 @@ build_and_test() {
 
 build_and_test build -DCMAKE_BUILD_TYPE=Release
 build_and_test build-sanitize -DOSTREL_SANITIZE=ON -DCMAKE_BUILD_TYPE=RelWithDebInfo
+bash tests/windows_smoke.sh
+bash tests/package_test.sh
 echo "=== all tests passed"

@@ -18,6 +18,21 @@ const char* CoordinateText(Move m) {
   return text;
 }
 
+bool ReadCoordinateMove(const char* text, int& from, int& to, int& promotion) {
+  for (int i = 0; i < 4; i += 2)
+    if (text[i] < 'a' || text[i] > 'h' || text[i + 1] < '1' || text[i + 1] > '8') return false;
+  from = (text[1] - '1') * 8 + (text[0] - 'a');
+  to = (text[3] - '1') * 8 + (text[2] - 'a');
+  switch (text[4]) {
+    case 'B': case 'b': promotion = Bishop; break;
+    case 'N': case 'n': promotion = Knight; break;
+    case 'R': case 'r': promotion = Rook; break;
+    case 'Q': case 'q': promotion = Queen; break;
+    default: promotion = NoPiece; break;
+  }
+  return true;
+}
+
 void PrintCoordinateMove(Move m) { printf("move %s\n", CoordinateText(m)); }
 
 const char* MoveText(Move m) {

@@ -6,6 +6,10 @@
 // Coordinate form, as the GUI reads it: "e2e4", "e7e8q". A static buffer the next call overwrites.
 const char* CoordinateText(Move m);
 
+// Reads a coordinate move ("e2e4", "e7e8q"; the promotion letter in either case) from the start of
+// `text` into squares and a promotion PieceType (NoPiece when the fifth character names none).
+// False, with nothing set, when the text does not begin with two squares.
+bool ReadCoordinateMove(const char* text, int& from, int& to, int& promotion);
 // "move e7e8q" and a line end.
 void PrintCoordinateMove(Move m);
 

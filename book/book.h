@@ -56,6 +56,10 @@ inline uint64_t BookMoveKey(uint64_t before, uint64_t after) {
 
 inline int BookCluster(uint64_t key) { return int(key >> 48); }
 
+// Whether the probe lists the moves it found (the book's and the master book's). A UCI session
+// turns the listings off and names the move it plays from the book itself.
+extern bool bookListings;
+
 // Opens the two files for the run; says why when there is no book.
 void OpenBook(const char* bookName, const char* indexName);
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "board/notation.h"
+#include "book/book.h"
 
 MasterNode masterRoot;
 
@@ -308,19 +309,21 @@ static void ScoreFrom(const MasterNode* chain, const Move* moves, int* scores, i
     if (!n->move.mark) continue;
     for (int i = 0; i < count; i++) {
       if (!MasterMoveMatches(n->move, moves[i])) continue;
-      printf("%s", MasterMoveText(n->move));
+      if (bookListings) printf("%s", MasterMoveText(n->move));
       scores[i] = n->move.mark * MasterScoreUnit;
     }
   }
 }
 
 void ScoreMasterMoves(const Move* moves, int* scores, int count, const Move* gameMoves, int gameMoveCount) {
-  printf("Score Moves :\n");
-  printf("Move number = %d\n", gameMoveCount);
-  printf("Moves so far : [ ");
-  for (int i = 0; i < gameMoveCount; i++) printf("%s ", MoveText(gameMoves[i]));
-  printf("]\n");
-  printf("master book moves found in this position : [\n");
+  if (bookListings) {
+    printf("Score Moves :\n");
+    printf("Move number = %d\n", gameMoveCount);
+    printf("Moves so far : [ ");
+    for (int i = 0; i < gameMoveCount; i++) printf("%s ", MoveText(gameMoves[i]));
+    printf("]\n");
+    printf("master book moves found in this position : [\n");
+  }
   ScoreFrom(&masterRoot, moves, scores, count, gameMoves, gameMoveCount);
-  printf("]\n");
+  if (bookListings) printf("]\n");
 }

@@ -146,10 +146,12 @@ Move ProbeBook(int side) {
   SortByScore(bookMoves, bookScores, n);
   if (n == 0 || bookScores[0] <= 0) return 0;
 
-  printf("%s", engineFlags.analyze ? "1.\t0\t0\t0\t0 Book moves : " : "Best book moves in this position : ");
-  for (int i = 0; i < n; i++)
-    if (bookScores[i]) printf("%s (%d) ", MoveText(bookMoves[i]), bookScores[i]);
-  printf("\n");
+  if (bookListings) {
+    printf("%s", engineFlags.analyze ? "1.\t0\t0\t0\t0 Book moves : " : "Best book moves in this position : ");
+    for (int i = 0; i < n; i++)
+      if (bookScores[i]) printf("%s (%d) ", MoveText(bookMoves[i]), bookScores[i]);
+    printf("\n");
+  }
 
   int k = n;
   for (int i = 1; i < n; i++) {

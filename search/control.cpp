@@ -8,6 +8,7 @@ int32_t LastClock;
 int NoTimeCheck;
 uint32_t NodeCount;
 uint32_t QNodeCount;
+int SelDepth;
 EngineFlags engineFlags;
 GameClock gameClock;
 

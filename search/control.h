@@ -14,6 +14,9 @@ extern int32_t LastClock;
 extern int NoTimeCheck;
 extern uint32_t NodeCount;   // full-width nodes of the current search
 extern uint32_t QNodeCount;  // quiescence nodes of the current search
+// The deepest ply a quiescence node has reached since the last reset (the UCI session reports
+// and resets it; nothing else reads it).
+extern int SelDepth;
 
 // Engine mode flags, set by the protocol interpreter and the input screening, read by the search.
 struct EngineFlags {

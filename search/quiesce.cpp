@@ -53,6 +53,7 @@ static int QuiesceEvasions(int alpha, int beta, int ply, int depth, int side) {
 int Quiesce(int alpha, int beta, int ply, int depth, int side) {
   // Step 1: clock and input, once every 2,048 nodes of either kind.
   QNodeCount++;
+  if (ply > SelDepth) SelDepth = ply;
   if (!NoTimeCheck && ((NodeCount + QNodeCount) & 2047) == 2047 && CheckTime()) return 0;
 
   // Step 2

@@ -11,3 +11,12 @@ void ClearSearchState() {
   ClearPawnTable();
   ResetSearchHistory();
 }
+
+void AgeHistory() {
+  uint32_t largest = 0;
+  for (const auto& side : HistoryTable)
+    for (uint32_t h : side)
+      if (h > largest) largest = h;
+  for (auto& side : HistoryTable)
+    for (uint32_t& h : side) h -= largest;
+}

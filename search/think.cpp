@@ -17,6 +17,7 @@
 ThinkResult thinkResult;
 int32_t thinkTime;
 FILE* thinkEpdOutput;
+ThinkReporter thinkReporter;
 
 constexpr int AspirationWindow = 250;
 constexpr int32_t NoTimeLimit = 1000000000;
@@ -104,7 +105,9 @@ Iteration SearchRoot(int d, int alpha, int beta, int side, int32_t start, bool p
       memcpy(&r.pv[1], PvTable[1], sizeof(Move) * size_t(PvLength[1]));
       r.pvLength = PvLength[1] + 1;
       HistoryTable[side][r.move & 4095] += uint32_t(depth) * uint32_t(depth);
-      if (post) {
+      if (thinkReporter) {
+        thinkReporter(d, score, r.pv, r.pvLength, false);
+      } else if (post) {
         // xboard's thinking format: ply, score, centiseconds, nodes, then the line on the same
         // output line, where xboard reads it. Nodes are both kinds, as the GUI divides them by
         // time for its speed display.
@@ -142,7 +145,7 @@ Move Think(int side, int maxDepth, int flags) {
   pos.psqScore = ComputePsqScore();
   memset(CounterMoveTable, 0, sizeof CounterMoveTable);
   memset(CounterMoveDepth, 0, sizeof CounterMoveDepth);
-  printf("epd diagram : %s\n", PositionToEpd());
+  if (!thinkReporter) printf("epd diagram : %s\n", PositionToEpd());
 
   // Step 3
   if (engineFlags.bookUse)
@@ -213,7 +216,9 @@ Move Think(int side, int maxDepth, int flags) {
 
     // Step 8: the iteration's summary. The seconds carry two decimals, which keeps xboard from
     // reading this line as a second thinking line (its format wants whole numbers there).
-    if (post) {
+    if (thinkReporter) {
+      thinkReporter(d, it.best, best.pv, best.pvLength, true);
+    } else if (post) {
       printf("%d.\t%d\t%.2f\t%u\t%u\t", d, it.best / 10, (ClockCentiseconds() - start) / 100.0, NodeCount, QNodeCount);
       PrintLine(best.pv, best.pvLength);
       printf("\n");

@@ -22,6 +22,14 @@ extern int32_t thinkTime;
 // (acd, acn, acs, bm, ce, pv): the EPD analysis mode's result file under -epdmode.
 extern FILE* thinkEpdOutput;
 
+// Where a search's progress goes. Left null, Think writes xboard's thinking lines (while post is
+// on) and the "epd diagram" line. A UCI session installs its own writer: Think then writes none
+// of these and calls it for each new best root move (`completed` false) and after each completed
+// iteration (`completed` true), post or not. Scores are the search's own (a pawn is 1000). The
+// writer may set TimeLeft below 1; after a completed iteration no further one then starts.
+typedef void (*ThinkReporter)(int depth, int score, const Move* pv, int pvLength, bool completed);
+extern ThinkReporter thinkReporter;
+
 enum ThinkFlags {
   ThinkNormal = 0,
   // Never charge the clock or poll the input, so that the tree depends on nothing but the

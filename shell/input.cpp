@@ -14,12 +14,12 @@
 
 // The partial line survives between polls, so a line may arrive over many polls, some from the
 // idle loop and some from inside a search.
-static char lineBuffer[InputLineSize];
+static char lineBuffer[LongLineSize];
 static uint32_t lineFill = 0;
 
 static bool consoleInput = false;
 
-static char lineQueue[InputQueueSlots][InputLineSize];
+static char lineQueue[InputQueueSlots][LongLineSize];
 static uint32_t queuedLines = 0;
 // The interpreter reads its line from here, not from the queue, because it may poll while it
 // works (a search does) and the queue shifts under it.
@@ -46,17 +46,11 @@ static void PrintStatusLine() {
   printf("\n");
 }
 
-static bool IsCoordinateMoveStart(const char* line) {
-  return line[0] >= 'a' && line[0] <= 'h' && line[1] >= '1' && line[1] <= '8' && line[2] >= 'a' && line[2] <= 'h' &&
-         line[3] >= '1' && line[3] <= '8';
-}
-
 static bool Is(const char* line, const char* command) { return strcmp(line, command) == 0; }
 
 // Acts at once on what cannot wait for the search to finish, then queues the rest for the
 // interpreter.
-static void ScreenLine() {
-  const char* line = lineBuffer;
+static void ScreenLine(const char* line) {
   printf("AddTo Queue [%s]\n", line);
   if (Is(line, "quit") || Is(line, "exit")) exit(0);
 
@@ -93,15 +87,34 @@ static void ScreenLine() {
 
   // The opponent's move ends a ponder or analysis search so the interpreter can play it; while
   // thinking on its own move the engine finishes first.
-  if (engineFlags.searching && (engineFlags.analyze || engineFlags.pondering) && IsCoordinateMoveStart(line))
+  int from, to, promotion;
+  if (engineFlags.searching && (engineFlags.analyze || engineFlags.pondering) &&
+      ReadCoordinateMove(line, from, to, promotion))
     TimeLeft = -1;
 
+  QueueLine(line);
+}
+
+static LineScreen screenLine = ScreenLine;
+static PollCheck pollCheck = nullptr;
+static bool firstLineRead = false;
+static bool uciRequested = false;
+
+void InstallInputHandlers(LineScreen screen, PollCheck check) {
+  screenLine = screen;
+  pollCheck = check;
+}
+
+bool UciRequested() { return uciRequested; }
+
+void QueueLine(const char* line) {
   if (queuedLines >= uint32_t(InputQueueSlots)) return;
-  memcpy(lineQueue[queuedLines], lineBuffer, InputLineSize);
+  strncpy(lineQueue[queuedLines], line, LongLineSize - 1);
+  lineQueue[queuedLines][LongLineSize - 1] = '\0';
   queuedLines++;
 }
 
-// Returns false for a backspace, which ends a pipe poll.
+// Returns false for a backspace, which ends a pipe poll, and for a first line "uci".
 static bool TakeCharacter(int c) {
   if (c == 8) {
     if (lineFill > 0) lineFill--;
@@ -111,15 +124,22 @@ static bool TakeCharacter(int c) {
   if (c == '\r' || c == '\n') {
     lineBuffer[lineFill] = '\0';
     lineFill = 0;
-    ScreenLine();
+    if (!firstLineRead) {
+      firstLineRead = true;
+      uciRequested = strcmp(lineBuffer, "uci") == 0;
+      if (uciRequested) return false;
+    }
+    screenLine(lineBuffer);
     return true;
   }
   // Characters past the room are dropped until the line ends.
-  if (lineFill < uint32_t(InputLineSize - 1)) lineBuffer[lineFill++] = char(c);
+  const uint32_t room = uciRequested ? LongLineSize : InputLineSize;
+  if (lineFill < room - 1) lineBuffer[lineFill++] = char(c);
   return true;
 }
 
 void PollInput() {
+  if (pollCheck) pollCheck();
   if (consoleInput) {
     // One key per poll paces typing at the idle loop's rate; that is deliberate.
     if (ConsoleKeyWaiting()) TakeCharacter(ReadConsoleKey());
@@ -142,11 +162,12 @@ void PollInput() {
 
 int QueuedLineCount() { return int(queuedLines); }
 
-bool TakeQueuedLine(char line[InputLineSize]) {
+bool TakeQueuedLine(char* line, int size) {
   if (queuedLines == 0) return false;
-  memcpy(line, lineQueue[0], InputLineSize);
+  memcpy(line, lineQueue[0], size_t(size));
+  line[size - 1] = '\0';
   queuedLines--;
-  memmove(lineQueue[0], lineQueue[1], size_t(queuedLines) * InputLineSize);
+  memmove(lineQueue[0], lineQueue[1], size_t(queuedLines) * LongLineSize);
   return true;
 }
 

@@ -3,6 +3,8 @@
 
 // Room for one line and its terminating NUL; longer lines keep their first 255 characters.
 constexpr int InputLineSize = 256;
+// A UCI session's lines may be this long: its position command carries the whole game.
+constexpr int LongLineSize = 16384;
 // Lines that can wait for the interpreter; further lines are dropped until one is taken.
 constexpr int InputQueueSlots = 60;
 
@@ -13,6 +15,20 @@ void SetUpConsole();
 // Reads what input is waiting, completes lines and screens each one (quit, ?, force, ... act at
 // once; most lines are queued for the interpreter).
 void PollInput();
+
+// How a session treats its input. The xboard screen is the default. A UCI session installs its
+// own screen, and a check that runs at every poll (the search polls every 2,048 nodes), when it
+// starts.
+typedef void (*LineScreen)(const char* line);
+typedef void (*PollCheck)();
+void InstallInputHandlers(LineScreen screen, PollCheck check);
+
+// Whether the session's first line was exactly "uci". That line is neither screened nor queued,
+// and the poll that read it ends there, so whatever follows reaches the UCI screen.
+bool UciRequested();
+
+// Appends a line (at most LongLineSize bytes with its NUL) to the queue; dropped when it is full.
+void QueueLine(const char* line);
 
 // Reads and discards input up to and including the next newline (or the end of input), waiting
 // for it: the pause between pages of the help and about texts.
@@ -28,7 +44,8 @@ const char* DispatchQueuedLine();
 
 // Edit mode's step: copies the oldest line into `line` and removes it, without the trace line.
 // Returns false when the queue is empty.
-bool TakeQueuedLine(char line[InputLineSize]);
+// A UCI session takes its lines with `size` LongLineSize.
+bool TakeQueuedLine(char* line, int size = InputLineSize);
 
 // Writes every waiting line, oldest first, one per line.
 void PrintQueuedLines();

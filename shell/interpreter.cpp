@@ -15,10 +15,12 @@
 #include "platform/platform.h"
 #include "search/control.h"
 #include "search/hash.h"
+#include "search/reset.h"
 #include "search/search.h"
 #include "search/think.h"
 #include "shell/edit.h"
 #include "shell/input.h"
+#include "shell/uci.h"
 
 InterpreterState interpreter;
 
@@ -26,11 +28,6 @@ constexpr int32_t OpenEndedSearch = 6000000;  // analysis and pondering run unti
 constexpr int NewGameClock = 6000;
 
 namespace {
-
-bool StartsWithMove(const char* line) {
-  return line[0] >= 'a' && line[0] <= 'h' && line[1] >= '1' && line[1] <= '8' && line[2] >= 'a' && line[2] <= 'h' &&
-         line[3] >= '1' && line[3] <= '8';
-}
 
 bool Prefix(const char* line, const char* word) { return strncmp(line, word, strlen(word)) == 0; }
 
@@ -64,30 +61,9 @@ void ThinkAndMove() {
   }
 }
 
-// The history table learns move by move through a game; each opponent move lowers every entry by
-// the largest, in the table's own 32-bit arithmetic.
-void AgeHistory() {
-  uint32_t largest = 0;
-  for (const auto& side : HistoryTable)
-    for (uint32_t h : side)
-      if (h > largest) largest = h;
-  for (auto& side : HistoryTable)
-    for (uint32_t& h : side) h -= largest;
-}
-
-void OpponentMove(const char* line) {
+void OpponentMove(int from, int to, int promotion) {
   printf("The board looks like this :\n");
   PrintBoard(pos.pieces);
-  const int from = (line[1] - '1') * 8 + (line[0] - 'a');
-  const int to = (line[3] - '1') * 8 + (line[2] - 'a');
-  int promotion = NoPiece;
-  switch (line[4]) {
-    case 'B': case 'b': promotion = Bishop; break;
-    case 'N': case 'n': promotion = Knight; break;
-    case 'R': case 'r': promotion = Rook; break;
-    case 'Q': case 'q': promotion = Queen; break;
-    default: break;
-  }
   if (PlayGameMove(from, to, promotion)) AgeHistory();
   // Flipped even when the move was not found: the engine has always done so.
   interpreter.sideToMove ^= 1;
@@ -174,8 +150,9 @@ void TakeBack(int halfMoves) {
 }  // namespace
 
 void Interpret(const char* line) {
-  if (StartsWithMove(line)) {
-    OpponentMove(line);
+  int from, to, promotion;
+  if (ReadCoordinateMove(line, from, to, promotion)) {
+    OpponentMove(from, to, promotion);
     return;
   }
   if (Prefix(line, "protover")) {
@@ -259,6 +236,7 @@ void MainLoop() {
   for (;;) {
     SleepMilliseconds(100);
     PollInput();
+    if (UciRequested()) UciLoop();
     while (const char* line = DispatchQueuedLine()) Interpret(line);
   }
 }

@@ -1,0 +1,215 @@
+// UCI sessions with the built engine over pipes, and the move-time plan behind them.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "board/fen.h"
+#include "board/game.h"
+#include "board/movegen.h"
+#include "board/notation.h"
+#include "shell/ucitime.h"
+#include "tests/engine_process.h"
+
+namespace {
+
+constexpr int ReplyMs = 15000;
+// What "stop answers within 50 ms" is held to; the sanitizers slow the search tenfold.
+#ifdef OSTREL_SANITIZE
+constexpr double StopMs = 250;
+#else
+constexpr double StopMs = 50;
+#endif
+
+// Timings are taken as the best of a few tries: on a loaded machine any single one may stall.
+constexpr int Tries = 3;
+
+typedef std::chrono::steady_clock Clock;
+double MsSince(Clock::time_point t) { return std::chrono::duration<double, std::milli>(Clock::now() - t).count(); }
+
+class Uci : public testing::Test {
+ protected:
+  EngineProcess engine;
+
+  void SetUp() override {
+    ASSERT_TRUE(StartEngine(engine));
+    Send("uci");
+    ASSERT_TRUE(WaitForExact(engine, "uciok", ReplyMs)) << Tail(engine);
+  }
+
+  void TearDown() override {
+    if (HasFailure()) printf("Engine's last lines:\n%s", Tail(engine).c_str());
+  }
+
+  void Send(const std::string& line) { EXPECT_TRUE(::Send(engine, line)) << "engine stopped reading at " << line; }
+
+  // The move of "bestmove M [ponder P]" that answers `go`, with the lines before it.
+  std::string BestMove(const std::string& go, std::vector<std::string>* before = nullptr) {
+    Send(go);
+    std::string line;
+    EXPECT_TRUE(WaitForPrefix(engine, "bestmove ", ReplyMs, &line, before)) << "no bestmove for " << go;
+    return line.substr(9, line.find(' ', 9) - 9);
+  }
+
+  bool Wrote(const std::vector<std::string>& lines, const std::string& text) {
+    for (const std::string& l : lines)
+      if (l.find(text) != std::string::npos) return true;
+    return false;
+  }
+};
+
+TEST_F(Uci, SessionWritesNoXboardTraces) {
+  Send("setoption name Hash value 64");
+  Send("position startpos moves e2e4");
+  BestMove("go depth 4");
+  Send("isready");
+  ASSERT_TRUE(WaitForExact(engine, "readyok", ReplyMs));
+  std::vector<std::string> session;
+  bool started = false;
+  for (const std::string& l : engine.lines) {
+    if (l == "id name Ostrel 1.069 QX") started = true;
+    if (started) session.push_back(l);
+  }
+  EXPECT_TRUE(Wrote(session, "info string InitHT [22]"));
+  EXPECT_TRUE(Wrote(session, "info depth 3 seldepth "));
+  for (const char* trace : {"AddTo Queue", "Process Queue", "epd diagram", "The board", "+---"})
+    EXPECT_FALSE(Wrote(session, trace)) << trace;
+}
+
+TEST_F(Uci, FindsTheMoveEachPositionCallsFor) {
+  std::string shuffles;  // a position line far longer than an xboard line may be
+  for (int i = 0; i < 30; i++) shuffles += "g1f3 g8f6 f3g1 f6g8 ";
+  struct Case {
+    std::string position;
+    const char* best;  // "" for any move
+    const char* info;  // a line written on the way, "" for none
+  } cases[] = {
+      {"fen 6k1/5ppp/8/8/8/8/8/R5K1 w - - 0 1", "a1a8", "score mate 1"},
+      {"fen 8/P7/8/8/8/8/k7/4K3 w - - 0 1", "a7a8q", ""},
+      {"fen R5k1/5ppp/8/8/8/8/8/6K1 b - - 0 1", "0000", ""},
+      {"fen 8/8/4k3/8/8/4K3/8/8 w - - 0 1", "", ""},
+      {"startpos moves e2e5", "", "info string illegal move e2e5"},
+      {"fen 8/8/8/8/8/8/8/8 w - - 0 1", "", "info string invalid position"},
+      // The game grows, shrinks and changes its mind: only the difference is played each time.
+      {"startpos moves f2f3 e7e5 g2g4", "d8h4", "score mate 1"},
+      {"startpos moves f2f3 e7e5", "", ""},
+      {"startpos moves f2f3 e7e6 g2g4", "d8h4", ""},
+      {"startpos moves f2f3 e7e6 g2g4 d8h4", "0000", ""},
+      {"startpos moves " + shuffles + "f2f3 e7e5 g2g4", "d8h4", "score mate 1"},
+  };
+  for (const Case& c : cases) {
+    Send("position " + c.position);
+    std::vector<std::string> before;
+    const std::string best = BestMove("go depth 3", &before);
+    EXPECT_TRUE(*c.best ? best == c.best : best.size() >= 4 && best != "0000") << c.position << ": " << best;
+    EXPECT_TRUE(!*c.info || Wrote(before, c.info)) << c.position;
+  }
+}
+
+TEST_F(Uci, StopPonderhitAndIsreadyActWhileSearching) {
+  Send("position startpos moves e2e4 e7e5");
+  for (const char* go : {"go infinite", "go ponder wtime 600000 btime 600000"}) {
+    double fastest = 1e9;
+    for (int i = 0; i < Tries; i++) {
+      Send(go);
+      ASSERT_TRUE(WaitForPrefix(engine, "info depth 6", ReplyMs)) << go;
+      Send("isready");
+      ASSERT_TRUE(WaitForExact(engine, "readyok", ReplyMs)) << go;
+      const auto sent = Clock::now();
+      Send("stop");
+      ASSERT_TRUE(WaitForPrefix(engine, "bestmove ", ReplyMs)) << go;
+      fastest = std::min(fastest, MsSince(sent));
+    }
+    EXPECT_LT(fastest, StopMs) << go;
+  }
+  // A ponder search answers only at ponderhit, and then within the plan of its clock.
+  Send("go ponder wtime 3000 btime 3000");
+  std::vector<std::string> before;
+  EXPECT_FALSE(WaitForPrefix(engine, "bestmove ", 500, nullptr, &before));
+  const auto hit = Clock::now();
+  Send("ponderhit");
+  ASSERT_TRUE(WaitForPrefix(engine, "bestmove ", ReplyMs));
+  EXPECT_LT(MsSince(hit), 1000);
+}
+
+TEST_F(Uci, MovesWithinEvenTheShortestClocks) {
+  struct Case {
+    const char* go;
+    double limitMs;
+  } cases[] = {
+      {"go wtime 50 btime 50", 50},          {"go wtime 50 btime 50 winc 50 binc 50", 50},
+      {"go wtime 200 btime 200 movestogo 1", 200}, {"go wtime 2000 btime 2000 winc 50 binc 50", 500},
+      {"go movetime 300", 400},  // a fixed time is no clock: a stall past it loses nothing
+  };
+  Send("position startpos moves d2d4 d7d5 c2c4");
+  for (const Case& c : cases) {
+    double fastest = 1e9;
+    for (int i = 0; i < Tries; i++) {
+      const auto sent = Clock::now();
+      BestMove(c.go);
+      fastest = std::min(fastest, MsSince(sent));
+    }
+    EXPECT_LT(fastest, c.limitMs) << c.go;
+  }
+}
+
+// A game of the engine against itself as a UCI GUI holds it, refereed here on real clocks: each
+// side gets the whole game so far and its clock, and must answer legally within that clock.
+TEST(UciGame, PlaysLegallyWithinItsClockToTheEnd) {
+  constexpr int Plies = 160;
+  constexpr double IncrementMs = 100;
+  EngineProcess engines[2];
+  for (EngineProcess& e : engines) {
+    ASSERT_TRUE(StartEngine(e));
+    ASSERT_TRUE(Send(e, "uci") && WaitForExact(e, "uciok", ReplyMs) && Send(e, "ucinewgame"));
+  }
+  double clocks[2] = {4000, 4000};  // [Black, White], as the engine's sides
+  std::string moves;
+  SetInitialPosition();
+  NewGameRecord();
+  for (int ply = 0; ply < Plies; ply++) {
+    const int side = gameRecord.sideToMove;
+    Move legal[MaxMoves];
+    const Move* end = GenerateLegal(legal, side);
+    if (end == legal) break;  // mate or stalemate
+    EngineProcess& e = engines[ply % 2];
+    char go[96];
+    snprintf(go, sizeof go, "go wtime %d btime %d winc %d binc %d", int(clocks[White]), int(clocks[Black]),
+             int(IncrementMs), int(IncrementMs));
+    ASSERT_TRUE(Send(e, "position startpos" + (moves.empty() ? "" : " moves" + moves)));
+    const auto sent = Clock::now();
+    std::string reply;
+    ASSERT_TRUE(Send(e, go) && WaitForPrefix(e, "bestmove ", ReplyMs, &reply)) << Tail(e);
+    clocks[side] -= MsSince(sent);
+    ASSERT_GT(clocks[side], 0) << "lost on time at ply " << ply << ": " << go;
+    clocks[side] += IncrementMs;
+    const std::string text = reply.substr(9, reply.find(' ', 9) - 9);
+    int from, to, promotion;
+    ASSERT_TRUE(ReadCoordinateMove(text.c_str(), from, to, promotion)) << reply;
+    ASSERT_TRUE(std::any_of(static_cast<const Move*>(legal), end, [&](Move m) {
+      return MoveFrom(m) == from && MoveTo(m) == to && MovePromotion(m) == promotion;
+    })) << "illegal " << text << " after" << moves;
+    PlayGameMove(from, to, promotion);
+    moves += " " + text;
+  }
+}
+
+TEST(UciTime, PlansStayWithinTheClockAndUseTheIncrement) {
+  for (int64_t clock : {1, 20, 50, 400, 2000, 60000, 3600000})
+    for (int64_t increment : {0, 50, 600})
+      for (int movesToGo : {0, 1, 2, 40}) {
+        const MovePlan p = PlanMove(clock, increment, movesToGo);
+        EXPECT_LE(p.softMs, p.hardMs);
+        EXPECT_LE(p.hardMs, clock > 2 ? clock - std::min<int64_t>(30, clock / 2) : 1) << clock;
+        // Where the clock must last the game, the increment counts from the first move.
+        EXPECT_TRUE(clock < 2000 || !increment || movesToGo || p.softMs > PlanMove(clock, 0, 0).softMs) << clock;
+      }
+  EXPECT_GT(PlanMove(60000, 0, 1).hardMs, PlanMove(60000, 0, 40).hardMs);
+  // With a clock, an iteration that cannot finish is not begun; with a fixed time it still is.
+  EXPECT_FALSE(StartNextIteration(PlanMove(3000, 0, 0), 30, 200));
+  EXPECT_TRUE(StartNextIteration(PlanFixedMove(1000), 300, 400));
+}
+
+}  // namespace
