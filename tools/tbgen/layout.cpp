@@ -104,6 +104,13 @@ uint64_t WorkIndex(const Men& p) {
   return best;
 }
 
+bool InLayout(const Men& p) {
+  if (p.count != layout.shape.count) return false;
+  for (int i = 0; i < p.count; i++)
+    if (p.man[i].type != layout.shape.man[i].type) return false;
+  return true;
+}
+
 bool DecodeWork(uint64_t index, int side, Men* out) {
   const WorkLayout& w = layout;
   Men p = w.shape;
@@ -142,6 +149,13 @@ bool MenOfTablePosition(const TablePosition& t, int side, Men* out) {
     p.man[i].square = s;
   }
   *out = p;
-  return !MenIllegal(p);
+  if (MenIllegal(p)) return false;
+  if (t.epSquare == NoEpSquare) return true;
+  // The squares the double step passed over and left stand empty. (Positions that no legal
+  // double step leads to stay entries with values: the published counts do not count them.)
+  const int start = t.epSquare + (p.toMove == White ? 8 : -8);
+  for (int i = 0; i < p.count; i++)
+    if (p.man[i].square == start || p.man[i].square == t.epSquare) return false;
+  return true;
 }
 

@@ -30,6 +30,9 @@ extern WorkLayout layout;
 // Sets `layout` up for a table of the catalogue.
 void SetUpLayout(int table);
 uint64_t WorkIndex(const Men& p);
+// True when `p` holds the men of the layout's table, in its order (no capture or promotion
+// since a position of the table).
+bool InLayout(const Men& p);
 // The position of an index and side (0: the stronger side to move); false when the index is not
 // canonical or stands for no legal position.
 bool DecodeWork(uint64_t index, int side, Men* out);

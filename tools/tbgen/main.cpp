@@ -129,6 +129,7 @@ static int Usage() {
 }
 
 int main(int argc, char** argv) {
+  setvbuf(stdout, nullptr, _IOLBF, 0);  // a table's line as soon as it is checked
   InitTables();
   InitKeys();
   BuildSignatureTree();

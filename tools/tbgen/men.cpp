@@ -69,8 +69,12 @@ static int ManOn(const Men& p, int square) {
   return -1;
 }
 
+// Pseudo-legal generation leaves the legality test to GenerateMenMoves or to the caller.
+static bool pseudoLegal;
+static int GenerateMoves(const Men& p, MenMove* list);
+
 static int Add(const Men& p, MenMove* list, int n, MenMove m) {
-  if (MenMoveLegal(p, m)) list[n++] = m;
+  if (pseudoLegal || MenMoveLegal(p, m)) list[n++] = m;
   return n;
 }
 
@@ -82,6 +86,16 @@ static int AddPawnMove(const Men& p, MenMove* list, int n, int man, int to, int 
 }
 
 int GenerateMenMoves(const Men& p, MenMove* list) {
+  pseudoLegal = false;
+  return GenerateMoves(p, list);
+}
+
+int GeneratePseudoMenMoves(const Men& p, MenMove* list) {
+  pseudoLegal = true;
+  return GenerateMoves(p, list);
+}
+
+static int GenerateMoves(const Men& p, MenMove* list) {
   const Bitboard occupied = Occupancy(p);
   int n = 0;
   for (int i = 0; i < p.count; i++) {

@@ -49,6 +49,8 @@ bool MenInCheck(const Men& p);
 // Legal moves of the side to move, en passant left out (a position of the table has no
 // en-passant right); returns their number.
 int GenerateMenMoves(const Men& p, MenMove* list);
+// The same moves before the test that the mover's king is left safe (MenMoveLegal).
+int GeneratePseudoMenMoves(const Men& p, MenMove* list);
 // The legal en-passant captures when the side to move may take on `epSquare`.
 int GenerateMenEpCaptures(const Men& p, int epSquare, MenMove* list);
 // The position after a legal move that neither captures nor promotes (its side to move flipped).

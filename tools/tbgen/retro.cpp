@@ -53,11 +53,11 @@ static void NeedLevel(int level) {
 
 static bool IsConversion(const MenMove& m) { return m.captured >= 0 || m.promotion; }
 
-// The value for the mover of a capture or promotion.
-static int ConversionValue(const Men& p, const MenMove& m) {
+// The value of the position a capture or promotion leads to, for the opponent who moves there.
+static int ConvertedValue(const Men& p, const MenMove& m) {
   int v = 0;
   if (!StoredValue(MenAfterAny(p, m), -1, &v)) failed = true;
-  return Negate(v);
+  return v;
 }
 
 // The best value for the side to move of the en-passant captures on `epSquare`; `any` tells
@@ -66,7 +66,7 @@ static int EpCapturesValue(const Men& p, int epSquare, bool* any) {
   MenMove captures[4];
   const int n = GenerateMenEpCaptures(p, epSquare, captures);
   int best = LossValue(0);
-  for (int i = 0; i < n; i++) best = Better(best, ConversionValue(p, captures[i]));
+  for (int i = 0; i < n; i++) best = Better(best, Negate(ConvertedValue(p, captures[i])));
   *any = n > 0;
   return best;
 }
@@ -85,7 +85,7 @@ static void FirstPass(int side) {
     int best = LossValue(0), inTable = 0;
     for (int i = 0; i < n; i++) {
       if (IsConversion(moves[i])) {
-        best = Better(best, ConversionValue(p, moves[i]));
+        best = Better(best, Negate(ConvertedValue(p, moves[i])));
         continue;
       }
       const int ep = EpRightAfter(p, moves[i]);
@@ -152,21 +152,28 @@ static void MarkCandidates(const Men& won) {
 }
 
 // Step b for one candidate: its loss when every move leads to a win for the opponent settled
-// by `level`, else 0.
+// by `level`, else 0. Most candidates fail at some move, so legality is tested only where a move
+// would make them fail (a candidate always has a legal move: the one its marking came by).
 static int CandidateLoss(const Men& p, uint64_t index, int level) {
   MenMove moves[MaxMenMoves];
-  const int n = GenerateMenMoves(p, moves);
+  const int n = GeneratePseudoMenMoves(p, moves);
   int slowest = 0, waitFor = 0;
   for (int i = 0; i < n; i++) {
     int opponent;
     if (IsConversion(moves[i])) {
-      opponent = Negate(ConversionValue(p, moves[i]));  // the opponent's view
+      if (!MenMoveLegal(p, moves[i])) continue;
+      opponent = ConvertedValue(p, moves[i]);
       if (!IsWin(opponent)) return 0;
     } else {
       const Men after = MenAfter(p, moves[i]);
       const int stored = ValueOf(after);
       const bool settled = IsWin(stored) && stored <= level;
       const int ep = EpRightAfter(p, moves[i]);
+      if (!settled && ep < 0) {
+        if (MenMoveLegal(p, moves[i])) return 0;
+        continue;
+      }
+      if (!MenMoveLegal(p, moves[i])) continue;
       bool any = false;
       const int captures = ep >= 0 ? EpCapturesValue(after, ep, &any) : 0;
       if (settled) {
@@ -180,13 +187,12 @@ static int CandidateLoss(const Men& p, uint64_t index, int level) {
     }
     if (opponent > slowest) slowest = opponent;
   }
-  if (n == 0) return 0;
   if (waitFor) {
     deferred.push_back({waitFor, SideOf(p), index});
     NeedLevel(waitFor);
     return 0;
   }
-  return LossValue(slowest);
+  return slowest ? LossValue(slowest) : 0;
 }
 
 static void ScanForValue(int side, int value, void (*visit)(const Men&, int), int level) {
@@ -270,10 +276,7 @@ bool SolveTable(int table) {
 static bool SolvedValue(const Men& p, int epSquare, int* value);
 
 static bool SolvedOrStored(const Men& p, int epSquare, int* value) {
-  if (p.count != layout.shape.count) return StoredValue(p, epSquare, value);
-  for (int i = 0; i < p.count; i++)
-    if (p.man[i].type != layout.shape.man[i].type) return StoredValue(p, epSquare, value);
-  return SolvedValue(p, epSquare, value);
+  return InLayout(p) ? SolvedValue(p, epSquare, value) : StoredValue(p, epSquare, value);
 }
 
 // A position of the solved table, with an en-passant right or without.
