@@ -20,6 +20,7 @@
 #include "tablebases/probe.h"
 #include "tablebases/registry.h"
 #include "scratch_dir.h"
+#include "tests/engine_process.h"
 
 namespace {
 
@@ -316,6 +317,25 @@ TEST_F(TablebaseProbeTest, SearchReturnsTheTableScoreFromTheRoot) {
     int unused;
     Probe(c.fen, &unused);
     EXPECT_EQ(Search(-Infinity, Infinity, 300, c.ply, pos.sideToMove, 1), c.score) << c.fen << " " << c.index;
+  }
+}
+
+// Start-up registers the -tbdir list and says how many men its tables cover.
+TEST_F(TablebaseProbeTest, EngineStartsWithTheTablesOfItsDirectories) {
+  WriteFile("a/kqk.nbw", tableCatalogue[Kqk].count[0] + 1);
+  WriteFile("b/kpkp.nbb", tableCatalogue[Kpkp].count[1]);
+  const std::string a = scratch.path + "/a", b = scratch.path + "/b";
+  const struct {
+    std::string list;
+    std::vector<std::string> lines;
+  } cases[] = {{a, {"*** " + a + "/kqk.nbw corrupted", "Initialized tablebases : 0"}},
+               {a + ";" + b, {"*** " + a + "/kqk.nbw corrupted", "Initialized tablebases : 4"}}};
+  for (const auto& c : cases) {
+    EngineProcess engine;
+    ASSERT_TRUE(StartEngine(engine, {"-tbdir", c.list}));
+    for (const std::string& line : c.lines) EXPECT_TRUE(WaitForExact(engine, line, 15000)) << Tail(engine);
+    Send(engine, "quit");
+    EXPECT_TRUE(WaitForExit(engine, 15000));
   }
 }
 

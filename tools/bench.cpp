@@ -195,7 +195,7 @@ static int TablebaseBench(const char* directory, char** tables, int count) {
   std::vector<uint8_t> cache(TablebaseCacheBytes);
   SetTablebaseCache(cache.data(), cache.size());
   printf("Initialized tablebases : %d\n", men);
-  constexpr int Positions = 20000, WarmPositions = 200, WarmRounds = 500;
+  constexpr int Positions = 20000, WarmPositions = 50, WarmRounds = 2000;
   for (int t = 0; t < count; t++) {
     int number = 1;
     while (number < TableCount && strcmp(tableCatalogue[number].name, tables[t])) number++;
