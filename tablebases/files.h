@@ -20,8 +20,8 @@
 #include "tablebases/catalogue.h"
 
 constexpr int TableBlockBytes = 8192;
-// The scratch a compressed block is read into before it is decoded: a block may hold up to this
-// much, a little over one block of entries, so the decoder never reads past its buffer.
+// The scratch a coded block is read into before it is decoded. No block is longer than its entries
+// (registration refuses a file that says otherwise), so it always fits.
 constexpr int DecodeBlockBytes = 8296;
 constexpr size_t TablebaseCacheBytes = 2097152;
 
