@@ -30,6 +30,8 @@
 //     sntm pieces avoid them too, stm pieces are placed as in the main zone. A position with an
 //     e.p. square is indexed in this zone whenever an stm pawn stands beside the pawn that moved
 //     (whether or not taking is legal); otherwise, and always in the main zone, no e.p. right.
+//     With capturers on both sides the left one is the capturer; the right placement's entries
+//     with an stm pawn on the left are broken (the published broken counts of kppkp say so).
 //  5. Trimming: the published counts end at the last index that stands for a position; the
 //     broken indices after it are cut off. The index functions need not know: every legal
 //     position indexes below the count.
@@ -40,7 +42,8 @@
 //    Black and its pawns go down (TurnBlackToMove below switches to the flipped board).
 //  - The 14 e.p. placements are ordered by the file of the pawn that moved, the capturer on its
 //    left first: a-file pawn taken from b (0), b-file from a (1), from c (2), ... h-file from g
-//    (13). With capturers on both sides the left one is taken.
+//    (13). With capturers on both sides the left one is taken (either choice gives the
+//    published broken counts).
 //  - Among positions equal under the symmetries (kings both on the diagonal), the first of the
 //    eight symmetries in the order identity, file mirror, rank mirror, both, then each of them
 //    followed by the a1-h8 reflection, that puts the kings in place.
@@ -408,7 +411,7 @@ bool DecodeMen(const TableLayout& layout, uint32_t index, TableMen* out, int* ep
   const ManGroup* groups = epZone ? layout.epGroups : layout.groups;
   const int groupCount = epZone ? layout.epGroupCount : layout.groupCount;
 
-  Bitboard block = 0;
+  Bitboard block = 0, leftOfMoved = 0;
   int e = 0, moved = 0, capturer = 0;
   if (epZone) {
     const int placement = int(rest % EpPlacements);
@@ -417,6 +420,7 @@ bool DecodeMen(const TableLayout& layout, uint32_t index, TableMen* out, int* ep
     moved = (layout.stmUp ? 32 : 24) + f;
     e = layout.stmUp ? moved + 8 : moved - 8;
     capturer = placement & 1 ? moved - 1 : moved + 1;
+    if (!(placement & 1) && f > 0) leftOfMoved = Bit(moved - 1);
     block = Bit(moved) | Bit(capturer) | Bit(e) | Bit(layout.stmUp ? moved + 16 : moved - 16);
   }
 
@@ -432,7 +436,7 @@ bool DecodeMen(const TableLayout& layout, uint32_t index, TableMen* out, int* ep
 
   Bitboard frame[2][6] = {};
   Bitboard taken = Bit(kA) | Bit(kB) | block;
-  Bitboard clash = 0;
+  Bitboard clash = (Bit(kA) | Bit(kB)) & block;
   for (int pass = 0; pass < 2; pass++)  // sntm pieces go where stm men and sntm pawns leave room
     for (int i = 0; i < groupCount; i++) {
       const ManGroup& g = groups[i];
@@ -443,7 +447,8 @@ bool DecodeMen(const TableLayout& layout, uint32_t index, TableMen* out, int* ep
       taken |= men;
       frame[!g.stm][g.type] = men;
     }
-  if (clash) return false;
+  // A capturer on the right with another on the left is the left placement's position.
+  if (clash || (frame[0][Pawn] & leftOfMoved)) return false;
   if (epZone) {
     frame[0][Pawn] |= Bit(capturer);
     frame[1][Pawn] |= Bit(moved);
@@ -463,18 +468,21 @@ bool DecodeMen(const TableLayout& layout, uint32_t index, TableMen* out, int* ep
 
 uint32_t IndexOfSquareArrays(const TableLayout& layout, const int* strong, const int* weak, int epSquare,
                              int invert) {
-  Bitboard occupied[2] = {0, 0};
-  for (int s = 0; s < 64; s++) {
-    occupied[0] |= Bitboard(strong[s] != 0) << s;
-    occupied[1] |= Bitboard(weak[s] != 0) << s;
+  // The occupied squares as one flag byte each (a loop the compiler vectorises), then eight flags
+  // at a time packed into bits: the multiplication gathers byte i's low bit into bit 56 + i
+  // (byte i being the i-th in memory on the little-endian hosts this engine runs on).
+  uint8_t flags[64];
+  for (int s = 0; s < 64; s++) flags[s] = (strong[s] | weak[s]) != 0;
+  Bitboard occupied = 0;
+  for (int i = 0; i < 8; i++) {
+    uint64_t eight;
+    memcpy(&eight, flags + 8 * i, 8);
+    occupied |= (eight * 0x0102040810204080ULL) >> 56 << (8 * i);
   }
   TableMen m = {};
-  while (occupied[0]) {
-    const int s = PopLowest(occupied[0]);
-    m.men[0][strong[s]] |= Bit(s);
-  }
-  while (occupied[1]) {
-    const int s = PopLowest(occupied[1]);
+  while (occupied) {
+    const int s = PopLowest(occupied);
+    m.men[0][strong[s]] |= Bit(s);  // entry [side][0] takes the empty square of the other side
     m.men[1][weak[s]] |= Bit(s);
   }
   return IndexOfMen(layout, m, epSquare, invert);

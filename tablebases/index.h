@@ -15,7 +15,8 @@ struct TablePosition {
 
 // The position an index of one table side stands for. Returns false when the index stands for no
 // position that the layout can place (two men on one square, a vacated e.p. square occupied, an
-// index beyond the count); a position it returns may still be broken by having the king of the
+// e.p. entry whose position another entry holds, an index beyond the count); a position it
+// returns may still be broken by having the king of the
 // side not to move in check, which the caller tests. For every legal position p,
 // DecodeTableIndex(t, s, Index(p)) gives p or its image under the layout's symmetry.
 bool DecodeTableIndex(int table, int side, uint32_t index, TablePosition* out);

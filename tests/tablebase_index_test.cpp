@@ -2,7 +2,10 @@
 // the material-signature lookup.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <ctime>
+#include <iterator>
 #include <fstream>
 #include <random>
 #include <sstream>
@@ -72,6 +75,58 @@ TEST_F(TablebaseIndex, RangesAreThePublishedCounts) {
     }
   }
   EXPECT_EQ(tables, TableCount - 1);
+}
+
+// Entries first..end-1 of a table side that are broken (no position, or the king of the side not
+// to move in check); every other entry must index back to itself.
+uint32_t CountBroken(int table, int side, uint32_t first, uint32_t end) {
+  const TableLayout& layout = tableLayouts[table][side];
+  uint32_t broken = 0;
+  for (uint32_t i = first; i < end; i++) {
+    TableMen p;
+    int ep;
+    if (!DecodeMen(layout, i, &p, &ep) || OtherKingAttacked(p, side)) {
+      broken++;
+    } else if (IndexOfMen(layout, p, ep, 0) != i) {
+      ADD_FAILURE() << tableCatalogue[table].name << " side " << side << ": " << i << " indexes back to "
+                    << IndexOfMen(layout, p, ep, 0);
+      break;
+    }
+  }
+  return broken;
+}
+
+// Every index of the tables chosen to cover every rule of the layout, and the broken ones as many
+// as published: all three-man tables, the e.p. zone (kpkp), men of both sides (knkp, kbkb), a pair
+// (kppk) and stm men that may share a square (kbnk).
+TEST_F(TablebaseIndex, BrokenEntriesAreThePublishedCounts) {
+  const char* const checked[] = {"kpk", "knk", "kbk", "krk", "kqk",
+#ifndef OSTREL_SANITIZE
+                                 "kpkp", "knkp", "kbkb", "kppk", "kbnk",
+#endif
+  };
+  std::ifstream in(OSTREL_TEST_DATA "/tablebases/broken.tsv");
+  std::string line, name;
+  std::getline(in, line);
+  int tested = 0;
+  for (int t = 0; std::getline(in, line); t++) {
+    std::istringstream fields(line);
+    uint32_t published[2];
+    double percent;
+    fields >> name >> published[0] >> percent >> published[1];
+    ASSERT_STREQ(tableCatalogue[t].name, name.c_str());
+    if (std::find(std::begin(checked), std::end(checked), name) == std::end(checked)) continue;
+    tested++;
+    for (int side = 0; side < 2; side++)
+      EXPECT_EQ(CountBroken(t, side, 0, tableCatalogue[t].count[side]), published[side]) << name << " side " << side;
+  }
+  EXPECT_EQ(tested, int(std::size(checked)));
+}
+
+// The e.p. zone of kppkp, where capturers can stand on both sides of the pawn that moved.
+TEST_F(TablebaseIndex, EpZoneWithTwoCapturersIndexesBack) {
+  const TableLayout& layout = tableLayouts[36][0];
+  CountBroken(36, 0, layout.mainSize, layout.count);
 }
 
 // One position of a table's material, as the men's squares in catalogue-name order.
@@ -172,13 +227,13 @@ bool PlaceableAt(const Placement& p, int man, int square) {
                               std::abs(RankOf(square) - RankOf(p.square[0]))) > 1;
 }
 
-// Every placement of men `man` onward, except that the last man takes only every `stride`-th
-// square, from an offset that moves on with each call so that it visits every square in turn.
-// Sanitizer builds check only every WorkDivisor-th placement.
-int64_t Enumerate(Placement& p, int man, int stride) {
+// Checks placements of men `man` onward: every `every`-th of all placements in which the last man
+// takes every `stride`-th square, from an offset that moves on with each call so that it visits
+// every square in turn.
+int64_t Enumerate(Placement& p, int man, int stride, int every) {
   static int offset = 0, sample = 0;
   if (man == p.count) {
-    if (++sample % WorkDivisor) return 0;
+    if (++sample % every) return 0;
     int64_t checked = CheckRoundTrip(p, NoEpSquare);
     // The same men with an e.p. square behind every pawn that may just have made a double step.
     for (int i = 0; i < p.count; i++)
@@ -195,18 +250,18 @@ int64_t Enumerate(Placement& p, int man, int stride) {
   for (int s = first; s < 64; s += step)
     if (PlaceableAt(p, man, s)) {
       p.square[man] = s;
-      checked += Enumerate(p, man + 1, stride);
+      checked += Enumerate(p, man + 1, stride, every);
       if (testing::Test::HasFailure()) return checked;
     }
   return checked;
 }
 
-// Three-man tables: every position. Four-man tables: every placement of three men, the fourth
-// on one square that changes from one placement to the next.
+// Three-man tables: every position. Four-man tables: every king pair with the other two men
+// spread over the board (the decoder side of these tables is checked index by index above).
 TEST_F(TablebaseIndex, ThreeAndFourManPositionsDecodeToThemselves) {
   for (int t = 1; t < 36; t++) {
     Placement p = MenOf(t);
-    EXPECT_GT(Enumerate(p, 0, p.count == 3 ? 1 : 64), 0);
+    EXPECT_GT(p.count == 3 ? Enumerate(p, 0, 1, WorkDivisor) : Enumerate(p, 0, 64, 4 * WorkDivisor), 0);
     if (HasFailure()) return;
   }
 }
@@ -220,8 +275,40 @@ TEST_F(TablebaseIndex, SampledFiveManPositionsDecodeToThemselves) {
         const int s = int(random() % 64);
         if (PlaceableAt(p, man, s)) p.square[man++] = s;
       }
-      n += Enumerate(p, p.count, 1);
+      n += Enumerate(p, p.count, 1, WorkDivisor);
       if (HasFailure()) return;
+    }
+  }
+}
+
+// Not a test: nanoseconds of processor time per call of the index functions and the decoder over
+// random entries of a few tables. Run with --gtest_also_run_disabled_tests --gtest_filter='*Speed*'.
+TEST_F(TablebaseIndex, DISABLED_Speed) {
+  for (const char* name : {"kqkr", "kppkp", "krbkp", "kqqqk"}) {
+    int t = 1;
+    while (strcmp(tableCatalogue[t].name, name) != 0) t++;
+    for (int side = 0; side < 2; side++) {
+      static TablePosition positions[4096];
+      static uint32_t indices[4096];
+      std::mt19937 random(1);
+      for (int n = 0; n < 4096;) {
+        indices[n] = random() % tableCatalogue[t].count[side];
+        if (DecodeTableIndex(t, side, indices[n], &positions[n])) n++;
+      }
+      const int rounds = 200;
+      uint64_t sum = 0;
+      const std::clock_t start = std::clock();
+      for (int r = 0; r < rounds; r++)
+        for (const TablePosition& p : positions) sum += tableCatalogue[t].index[side](p.strong, p.weak, p.epSquare, 0);
+      const std::clock_t middle = std::clock();
+      TableMen men;
+      int ep;
+      for (int r = 0; r < rounds; r++)
+        for (uint32_t i : indices) sum += DecodeMen(tableLayouts[t][side], i, &men, &ep);
+      const std::clock_t end = std::clock();
+      const double nanoseconds = 1e9 / CLOCKS_PER_SEC / (4096.0 * rounds);
+      printf("%-6s side %d: index %.1f ns, decode %.1f ns (%llu)\n", name, side,
+             double(middle - start) * nanoseconds, double(end - middle) * nanoseconds, (unsigned long long)(sum & 1));
     }
   }
 }
@@ -231,23 +318,14 @@ TEST_F(TablebaseIndex, SignatureLookup) {
     int counts[SignatureCounts];  // White P N B R Q, Black P N B R Q
     int table;
   } cases[] = {
-      {{0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0},    // kk has no table
-      {{1, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 1},    // kpk
-      {{0, 0, 0, 0, 0, 1, 0, 0, 0, 0}, -1},   // kkp: kpk with the colours swapped
-      {{0, 0, 0, 0, 1, 0, 0, 0, 1, 0}, 19},   // kqkr
-      {{0, 0, 0, 1, 0, 0, 0, 0, 0, 1}, -19},  // krkq
-      {{1, 0, 0, 0, 0, 1, 0, 0, 0, 0}, 6},    // kpkp: equal sides are never swapped
-      {{2, 0, 0, 0, 0, 1, 0, 0, 0, 0}, 36},   // kppkp
-      {{1, 0, 0, 0, 0, 2, 0, 0, 0, 0}, -36},
-      {{0, 0, 0, 0, 3, 0, 0, 0, 0, 0}, 145},  // kqqqk
-      {{0, 0, 0, 0, 4, 0, 0, 0, 0, 0}, 0},    // beyond the largest count of its level
-      {{0, 3, 0, 0, 0, 0, 0, 0, 0, 0}, 114},  // knnnk
-      {{0, 0, 0, 0, 0, 0, 3, 0, 0, 0}, -114},
-      {{2, 1, 1, 0, 0, 0, 0, 0, 0, 0}, 0},    // six men
-      {{0, 0, 0, 0, 0, 0, 0, 0, 2, 1}, -140}, // kqrrk with the colours swapped
+      {{0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0},  // kk has no table
+      {{0, 0, 0, 0, 4, 0, 0, 0, 0, 0}, 0},  // beyond the largest count of its level
+      {{0, 0, 0, 0, 0, 0, 0, 0, 0, 4}, 0},
+      {{2, 1, 1, 0, 0, 0, 0, 0, 0, 0}, 0},  // six men
+      {{0, 0, 0, 0, 0, 0, 0, 0, 2, 1}, -140},  // kqrrk with the colours swapped
   };
   for (const Case& c : cases) EXPECT_EQ(LookupSignature(c.counts), c.table) << c.table;
-  // Every table's own material and its colour swap find it.
+  // Every table's own material and its colour swap find it; equal sides are never swapped.
   for (int t = 1; t < TableCount; t++) {
     int counts[SignatureCounts] = {}, swapped[SignatureCounts] = {};
     const char* name = tableCatalogue[t].name;
