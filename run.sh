@@ -2,15 +2,17 @@
 # Builds the optimised engine in build/ and starts it there. It speaks the xboard protocol on
 # standard input and output: type "new", "go", moves such as "e2e4", and "quit" (see README.md),
 # or let a chess GUI start it. On first use it builds the opening book (book.bin, index.dat) in
-# build/ from book/games.pgn with the engine's own two steps and puts the master book beside it.
+# build/ from book/games.pgn with the engine's own two steps and puts the master book beside it,
+# and makes the endgame tables of up to four men in build/tbs/ (about a minute, once), which the
+# engine is started with.
 set -euo pipefail
 cd "$(dirname "$0")"
 
-# The test directory is part of the configuration, so GoogleTest is needed even here.
-. tools/install-deps.sh
+# Only the compiler and CMake: the tests and what they need are test.sh's affair.
+. tools/install-deps.sh run
 
-cmake -S . -B build -DCMAKE_BUILD_TYPE=Release
-cmake --build build -j "$(nproc 2>/dev/null || echo 2)" --target ostrel
+cmake -S . -B build -DCMAKE_BUILD_TYPE=Release -DOSTREL_TESTS=OFF
+cmake --build build -j "$(nproc 2>/dev/null || echo 2)" --target ostrel ostrel-tbgen
 cd build
 cp -p ../book/learn.txt learn.txt
 if [ ! -f book.bin ] || [ ! -f index.dat ] || [ ../book/games.pgn -nt book.bin ]; then
@@ -19,4 +21,9 @@ if [ ! -f book.bin ] || [ ! -f index.dat ] || [ ../book/games.pgn -nt book.bin ]
   ./ostrel -buildbook -tempfile book-temp.dat >> book-build.log
   rm -f book-temp.dat
 fi
-exec ./ostrel "$@"
+# kqqk is the last of them to be made; an interrupted run is completed, the tables made kept.
+if [ ! -f tbs/kqqk.nbb ]; then
+  echo "Making the endgame tables of up to four men in build/tbs (once; its log is build/tbs.log)"
+  nice ./ostrel-tbgen --dir tbs --all 4 2>> tbs.log
+fi
+exec ./ostrel -tbdir tbs "$@"

@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Builds Ostrel twice, optimised (build/) and under AddressSanitizer and UndefinedBehaviorSanitizer
 # (build-sanitize/), and runs every test in both. On a fresh Debian machine it first installs the
-# compiler, CMake and GoogleTest. Any failure stops the script with a non-zero status.
+# compiler, CMake, GoogleTest and the tools the tests use. Any failure stops the script with a non-zero status.
 set -euo pipefail
 cd "$(dirname "$0")"
 
-. tools/install-deps.sh
+. tools/install-deps.sh test
 
 jobs=$(nproc 2>/dev/null || echo 2)
 # Sanitizer reports are only useful with the stack that led there.
@@ -21,8 +21,8 @@ build_and_test() {
   (cd "$dir" && ctest --output-on-failure -j "$jobs")
 }
 
-build_and_test build -DCMAKE_BUILD_TYPE=Release
-build_and_test build-sanitize -DOSTREL_SANITIZE=ON -DCMAKE_BUILD_TYPE=RelWithDebInfo
+build_and_test build -DCMAKE_BUILD_TYPE=Release -DOSTREL_TESTS=ON
+build_and_test build-sanitize -DOSTREL_TESTS=ON -DOSTREL_SANITIZE=ON -DCMAKE_BUILD_TYPE=RelWithDebInfo
 bash tests/windows_smoke.sh
 bash tests/package_test.sh
 echo "=== all tests passed"

@@ -29,3 +29,10 @@ void SleepMilliseconds(int milliseconds);
 
 // Removes a file; a missing file or any other failure is ignored.
 void DeleteFileQuietly(const char* name);
+
+// What joins a directory and a file name.
+#ifdef _WIN32
+constexpr char PathSeparator = '\\';
+#else
+constexpr char PathSeparator = '/';
+#endif

@@ -6,6 +6,7 @@
 
 #include <cstring>
 
+#include "board/bitboard.h"
 #include "board/keys.h"
 #include "board/makemove.h"
 #include "board/movegen.h"
@@ -13,6 +14,7 @@
 #include "search/control.h"
 #include "search/hash.h"
 #include "search/movelist.h"
+#include "tablebases/probe.h"
 
 Move moveList[MoveListSize];
 int scoreList[MoveListSize];
@@ -276,7 +278,10 @@ int Search(int alpha, int beta, int depth, int ply, int side, int nullAllowed) {
   // Step 5: the horizon.
   if (depth < OnePly || ply >= MaxSearchPly - 2) return Quiesce(alpha, beta, ply, depth, side);
 
-  // Step 6: endgame tablebases are probed here once the tablebase registry exists.
+  // Step 6: endgame tablebases.
+  int tableScore;
+  if (ply > 0 && PopCount(pos.occupied) < 6 && ProbeTablebase(side, &tableScore))
+    return tableScore < MatedBelow ? tableScore + 10 * ply : tableScore >= MatingFrom ? tableScore - 10 * ply : tableScore;
 
   // Step 7
   SaveUndo(ply);

@@ -1,5 +1,6 @@
 // Ostrel's entry point: the command line decides one run mode, which runs to its end.
 #include <cstdio>
+#include <cstdlib>
 
 #include "board/fen.h"
 #include "book/book.h"
@@ -14,6 +15,8 @@
 #include "shell/epd.h"
 #include "shell/interpreter.h"
 #include "shell/settings.h"
+#include "tablebases/files.h"
+#include "tablebases/registry.h"
 
 constexpr int BookBuildingHashBits = 17;
 
@@ -50,8 +53,10 @@ int main(int argc, char** argv) {
 
   InitHT(settings.hashBits);
   InitBoardTables();
-  // The tablebase registry reports the most pieces its tables cover; none are registered yet.
-  printf("Initialized tablebases : %d\n", 0);
+  const int tablebaseMen = InitTablebases(settings.tbDir);
+  printf("Initialized tablebases : %d\n", tablebaseMen);
+  // Without a table there is nothing to cache; a failed allocation leaves the tables unread.
+  if (tablebaseMen) SetTablebaseCache(malloc(TablebaseCacheBytes), TablebaseCacheBytes);
 
   if (settings.analyseMode && settings.epdFile) {
     Analyse(settings.epdFile, settings.outFile, settings.maxTime, settings.maxPly, settings.tag);

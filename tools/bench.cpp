@@ -4,21 +4,31 @@
 //
 //   ostrel-bench [--depth N]      search benchmark (default depth 9)
 //   ostrel-bench --eval [FILE]    evaluations per second over an EPD file
+//   ostrel-bench --tablebases DIR TABLE...
+//                                 probe time of random legal positions of each table, from a cold
+//                                 cache (blocks read from the files) and from a warm one
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <string>
 #include <vector>
 
 #include "board/fen.h"
 #include "board/game.h"
 #include "board/keys.h"
+#include "board/position.h"
 #include "board/tables.h"
 #include "search/control.h"
 #include "search/eval.h"
 #include "search/hash.h"
 #include "search/pawns.h"
 #include "search/think.h"
+#include "tablebases/catalogue.h"
+#include "tablebases/files.h"
+#include "tablebases/probe.h"
+#include "tablebases/registry.h"
 
 #ifndef OSTREL_DATA_DIR
 #define OSTREL_DATA_DIR "tests/data"
@@ -147,12 +157,87 @@ static int EvalBench(const char* file, int rounds) {
   return 0;
 }
 
+static uint64_t randomState = 0x9E3779B97F4A7C15ULL;
+
+static int RandomBelow(int n) {
+  randomState ^= randomState << 13;
+  randomState ^= randomState >> 7;
+  randomState ^= randomState << 17;
+  return int(randomState % uint64_t(n));
+}
+
+// A legal position of the table's material: either colour may hold the stronger side and either
+// may be to move, so both files and the colour-swapped reading are exercised.
+static bool RandomTablePosition(const char* name) {
+  char board[64];
+  memset(board, '1', sizeof board);
+  const bool strongIsWhite = RandomBelow(2);
+  int kings = 0;
+  for (const char* p = name; *p; p++) {
+    kings += *p == 'k';
+    const bool white = (kings == 1) == strongIsWhite;
+    int square;
+    do square = RandomBelow(64);
+    while (board[square] != '1' || (*p == 'p' && (square < 8 || square >= 56)));
+    board[square] = char(white ? *p - 'a' + 'A' : *p);
+  }
+  std::string fen;
+  for (int rank = 7; rank >= 0; rank--) {
+    fen.append(board + rank * 8, 8);
+    if (rank) fen += '/';
+  }
+  fen += RandomBelow(2) ? " w - -" : " b - -";
+  SetPosition(fen.c_str());
+  return !KingAttacked(pos.sideToMove ^ 1);
+}
+
+// Processor time of this process: on a shared machine the wall clock would count other programs.
+static double ProcessorSeconds() { return double(clock()) / CLOCKS_PER_SEC; }
+
+static int TablebaseBench(const char* directory, char** tables, int count) {
+  const int men = InitTablebases(directory);
+  std::vector<uint8_t> cache(TablebaseCacheBytes);
+  SetTablebaseCache(cache.data(), cache.size());
+  printf("Initialized tablebases : %d\n", men);
+  constexpr int Positions = 20000, WarmPositions = 50, WarmRounds = 2000;
+  for (int t = 0; t < count; t++) {
+    int number = 1;
+    while (number < TableCount && strcmp(tableCatalogue[number].name, tables[t])) number++;
+    if (number == TableCount) {
+      printf("%s: no such table\n", tables[t]);
+      continue;
+    }
+    std::vector<Position> positions;
+    while (positions.size() < size_t(Positions))
+      if (RandomTablePosition(tables[t])) positions.push_back(pos);
+    SetTablebaseCache(cache.data(), cache.size());
+    int answered = 0, score;
+    double start = ProcessorSeconds();
+    for (const Position& p : positions) {
+      pos = p;
+      answered += ProbeTablebase(p.sideToMove, &score);
+    }
+    const double cold = ProcessorSeconds() - start;
+    start = ProcessorSeconds();
+    for (int r = 0; r < WarmRounds; r++)
+      for (int i = 0; i < WarmPositions; i++) {
+        pos = positions[i];
+        answered += ProbeTablebase(pos.sideToMove, &score);
+      }
+    const double warm = ProcessorSeconds() - start;
+    printf("%s: %d positions, %d answers, cold %.0f ns/probe, warm %.0f ns/probe\n", tables[t], Positions,
+           answered, cold * 1e9 / Positions, warm * 1e9 / (double(WarmRounds) * WarmPositions));
+  }
+  return 0;
+}
+
 int main(int argc, char** argv) {
   InitTables();
   InitKeys();
   InitPawnTables();
   if (argc >= 2 && !strcmp(argv[1], "--eval"))
     return EvalBench(argc >= 3 ? argv[2] : OSTREL_DATA_DIR "/perft/perft_marcel.epd", 50);
+  if (argc >= 4 && !strcmp(argv[1], "--tablebases")) return TablebaseBench(argv[2], argv + 3, argc - 3);
   const int depth = argc >= 3 && !strcmp(argv[1], "--depth") ? atoi(argv[2]) : 9;
   return SearchBench(depth);
 }

@@ -1,0 +1,50 @@
+// The bytes of registered table files, read through one block cache. A table side is either a plain
+// file holding one signed byte per entry or a compressed ".emd" file of independent blocks; both are
+// read in blocks of TableBlockBytes entries, so the cache treats them alike.
+//
+// Ostrel's ".emd" container, all integers little-endian:
+//   bytes 0-7    magic "OSTRLEMD"
+//   bytes 8-11   version (1)
+//   bytes 12-15  entries per block (TableBlockBytes)
+//   bytes 16-19  uncompressed size (the table side's entry count)
+//   bytes 20-23  number of blocks n = ceil(size / block entries)
+//   then n + 1   file offsets, 4 bytes each: block i occupies [offset i, offset i+1)
+//   then blocks  a block as long as its entries is stored as it is; a shorter one is coded as runs
+//                of (length - 1, byte) pairs, so a run covers 1 to 256 entries.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+
+#include "tablebases/catalogue.h"
+
+constexpr int TableBlockBytes = 8192;
+// The scratch a coded block is read into before it is decoded. No block is longer than its entries
+// (registration refuses a file that says otherwise), so it always fits.
+constexpr int DecodeBlockBytes = 8296;
+constexpr size_t TablebaseCacheBytes = 2097152;
+
+// Bytes the file layer has allocated since the last reset (compressed block indices, the decode
+// block); reported by a verbose registration.
+extern size_t tablebaseMemory;
+
+// Validates an opened ".emd" file against a table side of `count` entries. On failure writes the
+// reason ("*** Unable to read <name> - ...", "*** <name>: Unsupported block size N",
+// "*** <name> corrupted") and returns null; the caller keeps ownership of `file` either way.
+CompressedTable* OpenCompressedTable(FILE* file, const char* name, uint32_t count);
+void FreeCompressedTable(CompressedTable* table);
+
+// Allocates the decode block once some compressed file is registered: 0, or the error code.
+int AllocateDecodeBlock();
+void FreeDecodeBlock();
+
+// Hands the cache its memory (null or a size below one block: no cache, so every read fails) and
+// forgets whatever it held. The caller owns the buffer and keeps it for as long as tables are read.
+void SetTablebaseCache(void* buffer, size_t size);
+// Forgets every cached block; the registry calls it when the files change.
+void ClearTablebaseCache();
+
+// The entry at `index` of a registered table side. False when the side is not registered, the
+// index lies beyond its count, there is no cache, or the file cannot be read or decoded.
+bool ReadTableEntry(int table, int side, uint32_t index, int8_t* value);

@@ -1,0 +1,342 @@
+// Registration, the block cache and the probe, on fabricated table files: sparse files of the exact
+// size with chosen bytes at chosen entries, read through index functions the tests substitute so
+// that what the probe passes them can be checked.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "board/fen.h"
+#include "board/position.h"
+#include "search/search.h"
+#include "tablebases/catalogue.h"
+#include "tablebases/files.h"
+#include "tablebases/probe.h"
+#include "tablebases/registry.h"
+#include "scratch_dir.h"
+#include "tests/engine_process.h"
+
+namespace {
+
+constexpr int Kpk = 1, Kqk = 5, Kpkp = 6, Kppkp = 36;
+
+// What the probe last handed an index function, and the index it is to return.
+struct IndexCall {
+  int strong[64];
+  int weak[64];
+  int epSquare;
+  int invert;
+  int calls;
+  uint32_t answer;
+} indexCall;
+
+uint32_t RecordingIndex(const int* strong, const int* weak, int epSquare, int invert) {
+  for (int s = 0; s < 64; s++) indexCall.strong[s] = strong[s], indexCall.weak[s] = weak[s];
+  indexCall.epSquare = epSquare;
+  indexCall.invert = invert;
+  indexCall.calls++;
+  return indexCall.answer;
+}
+
+// Writes a file of `size` bytes, zero except the given (offset, byte) pairs.
+void WriteFile(const std::string& name, uint32_t size, const std::vector<std::pair<uint32_t, int>>& bytes = {}) {
+  const int fd = open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  ASSERT_GE(fd, 0) << name;
+  ASSERT_EQ(ftruncate(fd, off_t(size)), 0);
+  for (const auto& b : bytes) {
+    const char c = char(b.second);
+    ASSERT_EQ(pwrite(fd, &c, 1, off_t(b.first)), 1);
+  }
+  close(fd);
+}
+
+void Put32(std::vector<uint8_t>& out, size_t at, uint32_t v) {
+  for (int i = 0; i < 4; i++) out[at + i] = uint8_t(v >> (8 * i));
+}
+
+// A compressed file of `entries`: blocks whose runs are shorter than the block are coded as
+// (length - 1, byte) runs, the others stored as they are.
+std::vector<uint8_t> Compress(const std::vector<uint8_t>& entries) {
+  const uint32_t blocks = uint32_t((entries.size() + TableBlockBytes - 1) / TableBlockBytes);
+  std::vector<uint8_t> out(24 + 4 * (blocks + 1));
+  memcpy(out.data(), "OSTRLEMD", 8);
+  Put32(out, 8, 1);
+  Put32(out, 12, TableBlockBytes);
+  Put32(out, 16, uint32_t(entries.size()));
+  Put32(out, 20, blocks);
+  for (uint32_t b = 0; b < blocks; b++) {
+    Put32(out, 24 + 4 * b, uint32_t(out.size()));
+    const size_t start = size_t(b) * TableBlockBytes, end = std::min(entries.size(), start + TableBlockBytes);
+    std::vector<uint8_t> runs;
+    for (size_t i = start; i < end;) {
+      size_t j = i;
+      while (j < end && j - i < 256 && entries[j] == entries[i]) j++;
+      runs.push_back(uint8_t(j - i - 1));
+      runs.push_back(entries[i]);
+      i = j;
+    }
+    if (runs.size() < end - start) out.insert(out.end(), runs.begin(), runs.end());
+    else out.insert(out.end(), entries.begin() + long(start), entries.begin() + long(end));
+  }
+  Put32(out, 24 + 4 * blocks, uint32_t(out.size()));
+  return out;
+}
+
+void WriteBytes(const std::string& name, const std::vector<uint8_t>& bytes) {
+  FILE* f = fopen(name.c_str(), "wb");
+  ASSERT_TRUE(f) << name;
+  fwrite(bytes.data(), 1, bytes.size(), f);
+  fclose(f);
+}
+
+std::string TableFile(const std::string& dir, int table, int side) {
+  return dir + "/" + tableCatalogue[table].name + (side == 0 ? ".nbw" : ".nbb");
+}
+
+class TablebaseProbeTest : public testing::Test {
+ protected:
+  ScratchDirectory scratch;
+  TableIndexFunction saved[TableCount][2];
+  std::vector<uint8_t> cache = std::vector<uint8_t>(TablebaseCacheBytes);
+
+  void SetUp() override {
+    ASSERT_TRUE(scratch.Enter());
+    for (int t = 1; t < TableCount; t++)
+      for (int side = 0; side < 2; side++) {
+        saved[t][side] = tableCatalogue[t].index[side];
+        tableCatalogue[t].index[side] = RecordingIndex;
+      }
+    indexCall = IndexCall{};
+    mkdir("a", 0755);
+    mkdir("b", 0755);
+  }
+
+  void TearDown() override {
+    Init("none");
+    SetTablebaseCache(nullptr, 0);
+    for (int t = 1; t < TableCount; t++)
+      for (int side = 0; side < 2; side++) tableCatalogue[t].index[side] = saved[t][side];
+    EXPECT_TRUE(scratch.Leave());
+  }
+
+  // Registers and returns what registration wrote; `men` gets the result.
+  std::string Init(const char* directories, int* men = nullptr) {
+    testing::internal::CaptureStdout();
+    const int result = InitTablebases(directories);
+    SetTablebaseCache(cache.data(), cache.size());
+    if (men) *men = result;
+    return testing::internal::GetCapturedStdout();
+  }
+
+  static bool Probe(const char* fen, int* score) {
+    testing::internal::CaptureStdout();
+    SetPosition(fen);
+    testing::internal::GetCapturedStdout();
+    return ProbeTablebase(pos.sideToMove, score);
+  }
+};
+
+TEST_F(TablebaseProbeTest, NothingRegisteredProbesNothing) {
+  for (const char* list : {"", "a", "a;b,c", "missing,;"}) {
+    int men = -1;
+    EXPECT_EQ(Init(list, &men), "") << list;
+    EXPECT_EQ(men, 0) << list;
+    int score = 12345;
+    EXPECT_FALSE(Probe("8/8/8/4k3/8/8/3QK3/8 w - -", &score));
+    EXPECT_EQ(score, 12345);
+    EXPECT_EQ(indexCall.calls, 0);
+  }
+}
+
+// The result is the most men of the largest table registered, whichever directory holds it.
+TEST_F(TablebaseProbeTest, ResultCountsTheLargestTable) {
+  const struct {
+    int table;
+    int side;
+    int men;
+  } cases[] = {{Kpk, 1, 3}, {Kqk, 0, 3}, {Kpkp, 0, 4}, {35, 1, 4}, {Kppkp, 1, 5}, {145, 0, 5}};
+  for (const auto& c : cases) {
+    ASSERT_EQ(system("rm -f a/* b/*"), 0);
+    WriteFile(TableFile("b", c.table, c.side), tableCatalogue[c.table].count[c.side]);
+    int men = 0;
+    EXPECT_EQ(Init("a;b", &men), "");
+    EXPECT_EQ(men, c.men) << tableCatalogue[c.table].name;
+  }
+}
+
+// Each side is taken from the first directory holding a good file of it: a directory later in
+// the list is not even looked at for a side already registered.
+TEST_F(TablebaseProbeTest, EachSideComesFromTheFirstDirectoryWithAGoodFile) {
+  const uint32_t w = tableCatalogue[Kqk].count[0], b = tableCatalogue[Kqk].count[1];
+  WriteFile("a/kqk.nbw", w - 1);
+  WriteFile("a/kqk.nbb", b, {{3, -5}});
+  WriteFile("b/kqk.nbw", w, {{3, 110}});
+  WriteFile("b/kqk.nbb", b, {{3, -7}});
+  const int None = 1;
+  const struct {
+    const char* list;
+    const char* message;
+    int white, black;  // stored bytes read, None when the side is not registered
+  } cases[] = {{"a", "*** a/kqk.nbw corrupted\n", None, -5},
+               {"a;b", "*** a/kqk.nbw corrupted\n", 110, -5},
+               {"b,a", "", 110, -7}};
+  indexCall.answer = 3;
+  for (const auto& c : cases) {
+    int men = 0;
+    EXPECT_EQ(Init(c.list, &men), c.message) << c.list;
+    EXPECT_EQ(men, 3);
+    for (int side = 0; side < 2; side++) {
+      const int stored = side == 0 ? c.white : c.black;
+      int score = None;
+      EXPECT_EQ(Probe(side == 0 ? "8/8/8/4k3/8/8/3QK3/8 w - -" : "8/8/8/4k3/8/8/3QK3/8 b - -", &score), stored != None);
+      EXPECT_EQ(score, stored == None ? None : TableValue(Kqk, side, 3, stored) * 10) << c.list << " side " << side;
+    }
+  }
+}
+
+// The stronger side's men go first; a Black stronger side reads the other file, turned over.
+TEST_F(TablebaseProbeTest, ProbePassesTheTableItsView) {
+  for (int t : {Kpk, Kpkp})
+    for (int side = 0; side < 2; side++) WriteFile(TableFile("a", t, side), tableCatalogue[t].count[side]);
+  Init("a");
+  const struct {
+    const char* fen;
+    int strongKing, strongMan, weakKing, weakMan;  // -1: none
+    int epSquare, invert;
+  } cases[] = {
+      {"8/8/8/4k3/8/8/3PK3/8 w - -", E2, D2, E5, -1, NoEpSquare, 0},
+      {"8/3pk3/8/8/8/8/4K3/8 b - -", E7, D7, E2, -1, NoEpSquare, 1},  // a Black pawn: colours swapped
+      {"8/3pk3/8/8/8/8/4K3/8 w - -", E7, D7, E2, -1, NoEpSquare, 1},
+      {"8/8/8/8/3pP3/8/8/K1k5 b - e3", A1, E4, C1, D4, E3, 0},
+  };
+  for (const auto& c : cases) {
+    indexCall = IndexCall{};
+    int score = 1;
+    ASSERT_TRUE(Probe(c.fen, &score)) << c.fen;
+    EXPECT_EQ(score, 0) << c.fen;
+    EXPECT_EQ(indexCall.calls, 1);
+    int expectedStrong[64] = {}, expectedWeak[64] = {};
+    expectedStrong[c.strongKing] = expectedWeak[c.weakKing] = 6;
+    expectedStrong[c.strongMan] = 1;
+    if (c.weakMan >= 0) expectedWeak[c.weakMan] = 1;
+    for (int s = 0; s < 64; s++) {
+      EXPECT_EQ(indexCall.strong[s], expectedStrong[s]) << c.fen << " square " << s;
+      EXPECT_EQ(indexCall.weak[s], expectedWeak[s]) << c.fen << " square " << s;
+    }
+    EXPECT_EQ(indexCall.epSquare, c.epSquare) << c.fen;
+    EXPECT_EQ(indexCall.invert, c.invert) << c.fen;
+  }
+}
+
+TEST_F(TablebaseProbeTest, ValueConversion) {
+  const struct {
+    int table, side;
+    uint32_t index;
+    int stored, value;
+  } cases[] = {
+      {Kqk, 0, 0, 0, 0},           {Kqk, 0, 0, 126, 32766},      {Kqk, 0, 0, 1, 32641},
+      {Kqk, 1, 0, -1, -32641},     {Kqk, 1, 0, -126, -32766},    {Kqk, 1, 0, -127, -32640},
+      {Kqk, 0, 0, -128, 32640},    {Kqk, 0, 0, 127, 32767},
+      {Kppkp, 1, 71071628, 0, -32639}, {Kppkp, 1, 56802428, 5, -32639},  // corrected whatever is stored
+      {Kppkp, 1, 56802429, 0, 0},  {Kppkp, 0, 71071628, 0, 0},   {37, 1, 71071628, 0, 0},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(TableValue(c.table, c.side, c.index, c.stored), c.value) << c.table << " " << c.index << " " << c.stored;
+}
+
+// kqk with White to move spans four blocks: the first two coded as runs, the others stored. Past
+// the last entry there is nothing to read, so such an index is no answer.
+TEST_F(TablebaseProbeTest, CompressedFileReadsLikeThePlainOne) {
+  std::vector<uint8_t> entries(tableCatalogue[Kqk].count[0]);
+  for (size_t i = 2 * TableBlockBytes; i < entries.size(); i++) entries[i] = uint8_t(i * 7);
+  entries[5] = 100;
+  entries[9000] = uint8_t(-3);
+  WriteBytes("a/kqk.nbw.emd", Compress(entries));
+  EXPECT_EQ(Init("a"), "");
+  for (uint32_t index : {0u, 5u, 9000u, 9001u, 20000u, uint32_t(entries.size() - 1), uint32_t(entries.size())}) {
+    indexCall.answer = index;
+    int score = -1;
+    ASSERT_EQ(Probe("8/8/8/4k3/8/8/3QK3/8 w - -", &score), index < entries.size()) << index;
+    if (index < entries.size()) {
+      EXPECT_EQ(score, TableValue(Kqk, 0, index, int8_t(entries[index])) * 10) << index;
+    }
+  }
+}
+
+// A file that is not Ostrel's container, or is damaged, is refused before anything is read from it.
+TEST_F(TablebaseProbeTest, DamagedCompressedFilesAreRefused) {
+  const std::vector<uint8_t> good = Compress(std::vector<uint8_t>(tableCatalogue[Kqk].count[0]));
+  const struct {
+    size_t at;
+    uint32_t value;
+    const char* message;
+  } cases[] = {
+      {0, 0x4C525453, "*** Unable to read a/kqk.nbw.emd - file broken\n"},
+      {8, 2, "*** Unable to read a/kqk.nbw.emd - error 2\n"},
+      {12, 4096, "*** a/kqk.nbw.emd: Unsupported block size 4096\n"},
+      {16, 25630, "*** a/kqk.nbw.emd corrupted\n"},
+      {20, 5, "*** Unable to read a/kqk.nbw.emd - file broken\n"},
+      {28, 200, "*** Unable to read a/kqk.nbw.emd - file broken\n"},
+      {40, 100000, "*** Unable to read a/kqk.nbw.emd - file broken\n"},
+      {good.size(), 0, "*** Unable to read a/kqk.nbw.emd - file broken\n"},  // bytes past the last block
+  };
+  for (const auto& c : cases) {
+    std::vector<uint8_t> bad = good;
+    if (c.at + 4 > bad.size()) bad.resize(c.at + 4);
+    Put32(bad, c.at, c.value);
+    WriteBytes("a/kqk.nbw.emd", bad);
+    EXPECT_EQ(Init("a"), std::string(c.message) + "*** Unable to register a/kqk.nbw.emd\n");
+  }
+  WriteBytes("a/kqk.nbw.emd", std::vector<uint8_t>(good.begin(), good.begin() + 10));
+  EXPECT_EQ(Init("a"), "*** Unable to read a/kqk.nbw.emd - read error\n*** Unable to register a/kqk.nbw.emd\n");
+}
+
+// The search takes a table's answer below the root and counts mates from the root.
+TEST_F(TablebaseProbeTest, SearchReturnsTheTableScoreFromTheRoot) {
+  WriteFile("a/kqk.nbw", tableCatalogue[Kqk].count[0], {{0, 126}, {1, 0}, {2, 60}});
+  WriteFile("a/kqk.nbb", tableCatalogue[Kqk].count[1], {{0, -125}});
+  Init("a");
+  const struct {
+    const char* fen;
+    uint32_t index;
+    int ply, score;
+  } cases[] = {
+      {"8/8/8/4k3/8/8/3QK3/8 w - -", 0, 2, (126 + 32640) * 10 - 20},  // mate in 1, 2 plies down
+      {"8/8/8/4k3/8/8/3QK3/8 w - -", 1, 5, 0},
+      {"8/8/8/4k3/8/8/3QK3/8 w - -", 2, 4, (60 + 32640) * 10 - 40},
+      {"8/8/8/4k3/8/8/3QK3/8 b - -", 0, 3, (-125 - 32640) * 10 + 30},  // mated in 1
+  };
+  for (const auto& c : cases) {
+    indexCall.answer = c.index;
+    int unused;
+    Probe(c.fen, &unused);
+    EXPECT_EQ(Search(-Infinity, Infinity, 300, c.ply, pos.sideToMove, 1), c.score) << c.fen << " " << c.index;
+  }
+}
+
+// Start-up registers the -tbdir list and says how many men its tables cover.
+TEST_F(TablebaseProbeTest, EngineStartsWithTheTablesOfItsDirectories) {
+  WriteFile("a/kqk.nbw", tableCatalogue[Kqk].count[0] + 1);
+  WriteFile("b/kpkp.nbb", tableCatalogue[Kpkp].count[1]);
+  const std::string a = scratch.path + "/a", b = scratch.path + "/b";
+  const struct {
+    std::string list;
+    std::vector<std::string> lines;
+  } cases[] = {{a, {"*** " + a + "/kqk.nbw corrupted", "Initialized tablebases : 0"}},
+               {a + ";" + b, {"*** " + a + "/kqk.nbw corrupted", "Initialized tablebases : 4"}}};
+  for (const auto& c : cases) {
+    EngineProcess engine;
+    ASSERT_TRUE(StartEngine(engine, {"-tbdir", c.list}));
+    for (const std::string& line : c.lines) EXPECT_TRUE(WaitForExact(engine, line, 15000)) << Tail(engine);
+    Send(engine, "quit");
+    EXPECT_TRUE(WaitForExit(engine, 15000));
+  }
+}
+
+}  // namespace

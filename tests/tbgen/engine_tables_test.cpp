@@ -1,0 +1,141 @@
+// The engine's search with generated tables: it keeps every promise of a won table to the move,
+// against the longest defence the table knows, and it scores a table draw 0. A position with the
+// stronger side Black reads the table turned over, as its mirror image with White stronger does.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "board/fen.h"
+#include "board/game.h"
+#include "board/movegen.h"
+#include "board/notation.h"
+#include "board/position.h"
+#include "search/control.h"
+#include "search/hash.h"
+#include "search/pawns.h"
+#include "search/think.h"
+#include "tablebases/files.h"
+#include "tablebases/probe.h"
+#include "tablebases/registry.h"
+
+namespace {
+
+constexpr int NoAnswer = -1;
+
+class EngineWithTables : public testing::Test {
+ protected:
+  static std::vector<uint8_t> cache;
+
+  static void SetUpTestSuite() {
+    InitPawnTables();  // the evaluation's, which the generator's tests need not
+    testing::internal::CaptureStdout();
+    InitHT(MinHashBits);
+    const int men = InitTablebases(OSTREL_TB_DIR);
+    testing::internal::GetCapturedStdout();
+    ASSERT_GE(men, 3);
+    cache.resize(TablebaseCacheBytes);
+    SetTablebaseCache(cache.data(), cache.size());
+    engineFlags = EngineFlags{};
+  }
+
+  static void TearDownTestSuite() {
+    InitTablebases("");
+    SetTablebaseCache(nullptr, 0);
+  }
+
+  static void Set(const char* fen) {
+    testing::internal::CaptureStdout();
+    SetPosition(fen);
+    NewGameRecord();
+    testing::internal::GetCapturedStdout();
+  }
+
+  static void Play(Move m) {
+    testing::internal::CaptureStdout();
+    PlayGameMove(MoveFrom(m), MoveTo(m), MovePromotion(m));
+    testing::internal::GetCapturedStdout();
+  }
+
+  static Move Think(int plies) {
+    TimeLeft = 1000000000;
+    testing::internal::CaptureStdout();
+    const Move m = ::Think(pos.sideToMove, plies + 1, ThinkNoClock);
+    testing::internal::GetCapturedStdout();
+    return m;
+  }
+
+  // Moves to mate for the side to move when its table has it winning, else NoAnswer.
+  static int MovesToMate() {
+    int score;
+    return ProbeTablebase(pos.sideToMove, &score) && score > 0 ? 32767 - score / 10 : NoAnswer;
+  }
+};
+
+std::vector<uint8_t> EngineWithTables::cache;
+
+TEST_F(EngineWithTables, WinsAreMatedInTheMovesTheTablePromises) {
+  const char* const wins[] = {
+      "8/8/8/3k4/8/8/8/KQ6 w - -",  "7k/8/8/8/8/8/8/KQ6 w - -",    "kq6/8/8/8/8/8/8/7K b - -",
+      "8/8/3k4/8/8/8/8/K6R w - -",  "k7/8/8/8/8/8/8/6RK w - -",    "8/8/8/4K3/8/8/1k6/7r b - -",
+  };
+  for (const char* fen : wins) {
+    Set(fen);
+    const int promised = MovesToMate();
+    ASSERT_GT(promised, 2) << fen;
+    for (int played = 0; played < promised; played++) {
+      ASSERT_EQ(MovesToMate(), promised - played) << fen;
+      const Move m = Think(3);
+      ASSERT_NE(m, 0u) << fen;
+      Play(m);
+      // The loser answers with the reply after which the win is longest.
+      Move list[MaxMoves];
+      Move* end = GenerateLegal(list, pos.sideToMove);
+      if (played + 1 == promised) {
+        EXPECT_EQ(end, list) << fen << " not mated after " << CoordinateText(m);
+        EXPECT_TRUE(KingAttacked(pos.sideToMove)) << fen;
+        break;
+      }
+      Move longest = 0;
+      int longestMoves = 0;
+      for (Move* r = list; r < end; r++) {
+        Play(*r);
+        const int moves = MovesToMate();
+        testing::internal::CaptureStdout();
+        UndoMove();
+        testing::internal::GetCapturedStdout();
+        ASSERT_NE(moves, NoAnswer) << fen << " " << CoordinateText(*r) << " escapes the win";
+        if (moves > longestMoves) longest = *r, longestMoves = moves;
+      }
+      ASSERT_EQ(longestMoves, promised - played - 1) << fen << " after " << CoordinateText(m);
+      Play(longest);
+    }
+  }
+}
+
+TEST_F(EngineWithTables, ColourSwappedPositionsReadTheirMirrorImage) {
+  const char* const pairs[][2] = {
+      {"8/8/8/4k3/8/8/3PK3/8 w - -", "8/3pk3/8/8/4K3/8/8/8 b - -"},
+      {"8/8/8/4k3/8/8/3PK3/8 b - -", "8/3pk3/8/8/4K3/8/8/8 w - -"},
+      {"8/1P6/8/8/8/k7/8/2K5 b - -", "2k5/8/K7/8/8/8/1p6/8 w - -"},
+      {"k7/8/K7/P7/8/8/8/8 w - -", "8/8/8/8/p7/k7/8/K7 b - -"},
+  };
+  for (const auto& p : pairs) {
+    int score[2];
+    for (int i = 0; i < 2; i++) {
+      Set(p[i]);
+      ASSERT_TRUE(ProbeTablebase(pos.sideToMove, &score[i])) << p[i];
+    }
+    EXPECT_EQ(score[0], score[1]) << p[0];
+  }
+}
+
+TEST_F(EngineWithTables, BishopAgainstKingScoresZero) {
+  for (const char* fen : {"8/8/8/4k3/8/8/3BK3/8 w - -", "8/8/8/4k3/8/8/3BK3/8 b - -", "8/2b5/8/4k3/8/8/4K3/8 w - -"}) {
+    Set(fen);
+    Think(4);
+    EXPECT_EQ(thinkResult.score, 0) << fen;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,166 @@
+// ostrel-tbgen: makes endgame tables of up to five men by retrograde analysis, checks them, and
+// probes them through the engine.
+//
+//   ostrel-tbgen --dir DIR [--force] TABLE...   the tables and every table they convert into
+//   ostrel-tbgen --dir DIR [--force] --all N    every table of N men (3, 4 or 5) and below
+//   ostrel-tbgen --verify DIR [TABLE...]        every entry re-derived (all tables present if none named)
+//   ostrel-tbgen --probe DIR FEN...             "FEN<tab>draw|win N|loss N" per position
+//
+// Tables already present with the right sizes are kept unless --force names them for remaking;
+// the tables they need are always reused. The exit status is 0 when everything succeeded.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+
+#include "board/keys.h"
+#include "board/tables.h"
+#include "tablebases/catalogue.h"
+#include "tools/tbgen/layout.h"
+#include "tools/tbgen/probe.h"
+#include "tools/tbgen/retro.h"
+#include "tools/tbgen/store.h"
+#include "tools/tbgen/verify.h"
+
+static bool forceRemake;
+static bool allTables;  // --all: tables present are passed over without a word
+
+static int TableOfName(const char* name) {
+  for (int t = 1; t < TableCount; t++)
+    if (strcmp(tableCatalogue[t].name, name) == 0) return t;
+  return 0;
+}
+
+static int MenOfTable(int table) { return int(strlen(tableCatalogue[table].name)); }
+
+// The tables one capture or promotion of `table` leads into (each once; kk left out).
+static int Conversions(int table, int* out) {
+  Men shape;
+  MenOfName(tableCatalogue[table].name, &shape);
+  int n = 0;
+  auto add = [&](const int* counts) {
+    const int t = abs(LookupSignature(counts));
+    for (int i = 0; i < n; i++)
+      if (out[i] == t) return;
+    if (t) out[n++] = t;
+  };
+  int counts[SignatureCounts] = {};
+  for (int i = 2; i < shape.count; i++) counts[(shape.man[i].side == White ? 0 : 5) + shape.man[i].type - Pawn]++;
+  for (int i = 2; i < shape.count; i++) {
+    const int slot = (shape.man[i].side == White ? 0 : 5) + shape.man[i].type - Pawn;
+    counts[slot]--;
+    add(counts);  // captured
+    if (shape.man[i].type == Pawn)
+      for (int type = Knight; type <= Queen; type++) {
+        counts[slot + type - Pawn]++;
+        add(counts);  // promoted
+        for (int j = 2; j < shape.count; j++) {
+          const int victim = (shape.man[j].side == White ? 0 : 5) + shape.man[j].type - Pawn;
+          if (shape.man[j].side == shape.man[i].side || counts[victim] == 0) continue;
+          counts[victim]--;
+          add(counts);  // promoted with a capture
+          counts[victim]++;
+        }
+        counts[slot + type - Pawn]--;
+      }
+    counts[slot]++;
+  }
+  return n;
+}
+
+static bool visited[TableCount];
+
+// Generates `table` after everything it converts into. `requested` tables are remade under --force.
+static bool Generate(int table, bool requested) {
+  if (visited[table]) return true;
+  visited[table] = true;
+  int needs[64];
+  const int n = Conversions(table, needs);
+  for (int i = 0; i < n; i++)
+    if (!Generate(needs[i], false)) return false;
+  if (TableFilesPresent(table) && !(requested && forceRemake)) {
+    if (requested && !allTables) fprintf(stderr, "%s: already in %s (--force makes it again)\n", tableCatalogue[table].name, tableDirectory);
+    return true;
+  }
+  const bool ok = SolveTable(table) && WriteSolvedTable();
+  ReleaseSolvedTable();
+  ReleaseTables();
+  return ok;
+}
+
+static int Verify(int argc, char** argv) {
+  bool ok = true;
+  int checked = 0;
+  for (int t = 1; t < TableCount; t++) {
+    bool named = argc == 0;
+    for (int i = 0; i < argc; i++) named |= strcmp(argv[i], tableCatalogue[t].name) == 0;
+    if (!named || (argc == 0 && !TableFilesPresent(t))) continue;
+    const VerifyResult r = VerifyTable(t);
+    checked++;
+    if (!r.readable) {
+      printf("%s: cannot be read, or a table it converts into is missing\n", tableCatalogue[t].name);
+      ok = false;
+      continue;
+    }
+    printf("%s: broken %llu %llu, mismatches %llu %llu, longest wins %d %d %d %d\n", tableCatalogue[t].name,
+           (unsigned long long)r.broken[0], (unsigned long long)r.broken[1], (unsigned long long)r.mismatches[0],
+           (unsigned long long)r.mismatches[1], r.longestWin[0][0], r.longestWin[1][0], r.longestWin[0][1],
+           r.longestWin[1][1]);
+    ok &= r.mismatches[0] == 0 && r.mismatches[1] == 0;
+    ReleaseTables();
+  }
+  for (int i = 0; i < argc; i++)
+    if (!TableOfName(argv[i])) {
+      printf("%s: no such table\n", argv[i]);
+      ok = false;
+    }
+  if (!checked) printf("no tables to check in %s\n", tableDirectory);
+  return ok && checked ? 0 : 1;
+}
+
+static int Usage() {
+  fprintf(stderr,
+          "usage: ostrel-tbgen --dir DIR [--force] TABLE...\n"
+          "       ostrel-tbgen --dir DIR [--force] --all 3|4|5\n"
+          "       ostrel-tbgen --verify DIR [TABLE...]\n"
+          "       ostrel-tbgen --probe DIR FEN...\n");
+  return 2;
+}
+
+int main(int argc, char** argv) {
+  setvbuf(stdout, nullptr, _IOLBF, 0);  // a table's line as soon as it is checked
+  InitTables();
+  InitKeys();
+  BuildSignatureTree();
+  if (argc < 3) return Usage();
+  tableDirectory = argv[2];
+  if (strcmp(argv[1], "--verify") == 0) return Verify(argc - 3, argv + 3);
+  if (strcmp(argv[1], "--probe") == 0) return ProbePositions(argc - 3, argv + 3);
+  if (strcmp(argv[1], "--dir") != 0) return Usage();
+  std::error_code error;
+  std::filesystem::create_directories(tableDirectory, error);
+  if (error) {
+    fprintf(stderr, "%s: cannot make the directory: %s\n", tableDirectory, error.message().c_str());
+    return 1;
+  }
+  int first = 3;
+  if (first < argc && strcmp(argv[first], "--force") == 0) forceRemake = true, first++;
+  if (first < argc && strcmp(argv[first], "--all") == 0) {
+    const int men = first + 1 < argc ? atoi(argv[first + 1]) : 0;
+    if (men < 3 || men > 5 || first + 2 != argc) return Usage();
+    allTables = true;
+    for (int t = 1; t < TableCount; t++)
+      if (MenOfTable(t) <= men && !Generate(t, true)) return 1;
+    return 0;
+  }
+  if (first == argc) return Usage();
+  for (int i = first; i < argc; i++)
+    if (!TableOfName(argv[i])) {
+      fprintf(stderr, "%s: no such table\n", argv[i]);
+      return 2;
+    }
+  for (int i = first; i < argc; i++)
+    if (!Generate(TableOfName(argv[i]), true)) return 1;
+  return 0;
+}

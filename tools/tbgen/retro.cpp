@@ -1,0 +1,323 @@
+// Retrograde analysis, level by level of distance to mate.
+//
+// The working byte of every position starts undecided; the first pass settles mates, stalemates,
+// positions whose every move converts (their value is known from the smaller tables) and enters
+// the best win a conversion offers as a provisional value. Then, for m = 1, 2, ...:
+//
+//   a. every position lost in m - 1 moves makes each of its predecessors (un-moves) a win in m,
+//      unless it is already a win that fast;
+//   b. every position won in m moves marks its undecided predecessors as candidates; a candidate
+//      whose every move now leads to a settled win for the opponent is lost, in as many moves as
+//      the slowest of them.
+//
+// A win in m is final once level m has run, so (b) reads only wins up to m. Both steps find
+// their work by scanning the byte arrays for one value, so no per-position counters are kept:
+// one byte per entry plus a candidate bit. What is undecided at the end is a draw.
+//
+// A double step that gives the opponent an en-passant capture leads to a position the working
+// layout does not hold (it has no en-passant rights): its value is the better for the opponent
+// of the stored position and the captures. When such a capture wins only at a later level the
+// candidate is looked at again then (the deferred list, rare enough to be a plain vector).
+#include "tools/tbgen/retro.h"
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "tablebases/catalogue.h"
+#include "tools/tbgen/derive.h"
+#include "tools/tbgen/layout.h"
+#include "tools/tbgen/store.h"
+#include "tools/tbgen/values.h"
+
+static uint8_t* values[2];      // [side]: working values
+static uint64_t* candidates[2];  // [side]: one bit per entry
+static int lastLevel;            // the loop runs at least to this level
+static bool failed;              // a table converted into could not be read
+
+struct Deferred {
+  int level;
+  int side;
+  uint64_t index;
+};
+static std::vector<Deferred> deferred;
+
+static int SideOf(const Men& p) { return p.toMove == White ? 0 : 1; }
+static uint8_t& ValueOf(const Men& p) { return values[SideOf(p)][WorkIndex(p)]; }
+
+static void NeedLevel(int level) {
+  if (level > lastLevel) lastLevel = level;
+}
+
+static bool IsConversion(const MenMove& m) { return m.captured >= 0 || m.promotion; }
+
+// The value of the position a capture or promotion leads to, for the opponent who moves there.
+static int ConvertedValue(const Men& p, const MenMove& m) {
+  int v = 0;
+  if (!StoredValue(MenAfterAny(p, m), -1, &v)) failed = true;
+  return v;
+}
+
+// The best value for the side to move of the en-passant captures on `epSquare`; `any` tells
+// whether there is one.
+static int EpCapturesValue(const Men& p, int epSquare, bool* any) {
+  MenMove captures[4];
+  const int n = GenerateMenEpCaptures(p, epSquare, captures);
+  int best = LossValue(0);
+  for (int i = 0; i < n; i++) best = Better(best, Negate(ConvertedValue(p, captures[i])));
+  *any = n > 0;
+  return best;
+}
+
+static void FirstPass(int side) {
+  MenMove moves[MaxMenMoves];
+  for (uint64_t index = 0; index < layout.size; index++) {
+    Men p;
+    if (!DecodeWork(index, side, &p)) continue;
+    const int n = GenerateMenMoves(p, moves);
+    uint8_t& v = values[side][index];
+    if (n == 0) {
+      v = MenInCheck(p) ? LossValue(0) : 0;
+      continue;
+    }
+    int best = LossValue(0), inTable = 0;
+    for (int i = 0; i < n; i++) {
+      if (IsConversion(moves[i])) {
+        best = Better(best, Negate(ConvertedValue(p, moves[i])));
+        continue;
+      }
+      const int ep = EpRightAfter(p, moves[i]);
+      const Men after = MenAfter(p, moves[i]);
+      MenMove replies[MaxMenMoves];
+      if (ep < 0 || GenerateMenMoves(after, replies) > 0) {
+        inTable++;
+        continue;
+      }
+      // The opponent's only moves are en-passant captures: the value is known now.
+      bool any;
+      const int captures = EpCapturesValue(after, ep, &any);
+      best = Better(best, Negate(Better(MenInCheck(after) ? LossValue(0) : 0, captures)));
+    }
+    if (inTable == 0) {
+      v = uint8_t(best);
+      NeedLevel(Distance(best) + 1);
+    } else if (IsWin(best)) {
+      v = uint8_t(best);  // provisional: a move inside the table may win faster
+      NeedLevel(best);
+    }
+  }
+}
+
+// The value for the opponent of the position after a double step that gives it an en-passant
+// right, when the stored position `after` has the value `stored`.
+static int WithEpCaptures(const Men& after, int epSquare, int stored) {
+  bool any;
+  const int captures = EpCapturesValue(after, epSquare, &any);
+  return any ? Better(stored, captures) : stored;
+}
+
+// Step a for one lost position of side `side`.
+static void MarkWins(const Men& lost, int level) {
+  MenUnmove unmoves[MaxMenMoves];
+  const int n = GenerateMenUnmoves(lost, unmoves);
+  for (int i = 0; i < n; i++) {
+    const Men before = MenBefore(lost, unmoves[i]);
+    int win = WinValue(level);
+    if (unmoves[i].doubleStep) {
+      const MenMove step = {unmoves[i].man, lost.man[unmoves[i].man].square, -1, 0, true};
+      const int ep = EpRightAfter(before, step);
+      if (ep >= 0) {
+        const int opponent = WithEpCaptures(lost, ep, LossValue(level - 1));
+        if (!IsLoss(opponent)) continue;
+        win = Negate(opponent);
+        NeedLevel(win);
+      }
+    }
+    uint8_t& v = ValueOf(before);
+    if (v == 0 || (IsWin(v) && v > win)) v = uint8_t(win);
+  }
+}
+
+static void MarkCandidates(const Men& won) {
+  MenUnmove unmoves[MaxMenMoves];
+  const int n = GenerateMenUnmoves(won, unmoves);
+  for (int i = 0; i < n; i++) {
+    const Men before = MenBefore(won, unmoves[i]);
+    const int side = SideOf(before);
+    const uint64_t index = WorkIndex(before);
+    if (values[side][index] == 0) candidates[side][index >> 6] |= 1ULL << (index & 63);
+  }
+}
+
+// Step b for one candidate: its loss when every move leads to a win for the opponent settled
+// by `level`, else 0. Most candidates fail at some move, so legality is tested only where a move
+// would make them fail (a candidate always has a legal move: the one its marking came by).
+static int CandidateLoss(const Men& p, uint64_t index, int level) {
+  MenMove moves[MaxMenMoves];
+  const int n = GeneratePseudoMenMoves(p, moves);
+  int slowest = 0, waitFor = 0;
+  for (int i = 0; i < n; i++) {
+    int opponent;
+    if (IsConversion(moves[i])) {
+      if (!MenMoveLegal(p, moves[i])) continue;
+      opponent = ConvertedValue(p, moves[i]);
+      if (!IsWin(opponent)) return 0;
+    } else {
+      const Men after = MenAfter(p, moves[i]);
+      const int stored = ValueOf(after);
+      const bool settled = IsWin(stored) && stored <= level;
+      const int ep = EpRightAfter(p, moves[i]);
+      if (!settled && ep < 0) {
+        if (MenMoveLegal(p, moves[i])) return 0;
+        continue;
+      }
+      if (!MenMoveLegal(p, moves[i])) continue;
+      bool any = false;
+      const int captures = ep >= 0 ? EpCapturesValue(after, ep, &any) : 0;
+      if (settled) {
+        opponent = any ? Better(stored, captures) : stored;
+      } else if (any && IsWin(captures)) {
+        opponent = captures;  // wins at the latest then, sooner only if `stored` settles first
+        if (captures > level && captures > waitFor) waitFor = captures;
+      } else {
+        return 0;
+      }
+    }
+    if (opponent > slowest) slowest = opponent;
+  }
+  if (waitFor) {
+    deferred.push_back({waitFor, SideOf(p), index});
+    NeedLevel(waitFor);
+    return 0;
+  }
+  return slowest ? LossValue(slowest) : 0;
+}
+
+static void ScanForValue(int side, int value, void (*visit)(const Men&, int), int level) {
+  const uint8_t* v = values[side];
+  for (uint64_t index = 0; index < layout.size; index++) {
+    if (v[index] != value) continue;
+    Men p;
+    DecodeWork(index, side, &p);
+    visit(p, level);
+  }
+}
+
+static void CandidateVisit(const Men& won, int) { MarkCandidates(won); }
+
+// Runs step b on the candidates of one side; returns how many were found lost.
+static uint64_t SettleCandidates(int side, int level) {
+  uint64_t lost = 0;
+  const uint64_t words = (layout.size + 63) / 64;
+  for (uint64_t w = 0; w < words; w++) {
+    uint64_t bits = candidates[side][w];
+    candidates[side][w] = 0;
+    while (bits) {
+      const uint64_t index = w * 64 + __builtin_ctzll(bits);
+      bits &= bits - 1;
+      Men p;
+      if (values[side][index] != 0 || !DecodeWork(index, side, &p)) continue;
+      const int loss = CandidateLoss(p, index, level);
+      if (!loss) continue;
+      values[side][index] = uint8_t(loss);
+      NeedLevel(Distance(loss) + 1);
+      lost++;
+    }
+  }
+  return lost;
+}
+
+static double Seconds() {
+  using namespace std::chrono;
+  return duration<double>(steady_clock::now().time_since_epoch()).count();
+}
+
+bool SolveTable(int table) {
+  const double start = Seconds();
+  SetUpLayout(table);
+  failed = false;
+  lastLevel = 0;
+  deferred.clear();
+  const uint64_t words = (layout.size + 63) / 64;
+  for (int side = 0; side < 2; side++) {
+    values[side] = static_cast<uint8_t*>(calloc(layout.size, 1));
+    candidates[side] = static_cast<uint64_t*>(calloc(words, 8));
+    if (!values[side] || !candidates[side]) {
+      fprintf(stderr, "%s: out of memory\n", tableCatalogue[table].name);
+      return false;
+    }
+  }
+  for (int side = 0; side < 2; side++) FirstPass(side);
+  if (failed) return false;
+  int level = 1;
+  for (; level <= 127; level++) {
+    for (int side = 0; side < 2; side++) ScanForValue(side, LossValue(level - 1), MarkWins, level);
+    for (int side = 0; side < 2; side++) ScanForValue(side, WinValue(level), CandidateVisit, level);
+    for (size_t i = 0; i < deferred.size();) {
+      if (deferred[i].level != level) {
+        i++;
+        continue;
+      }
+      candidates[deferred[i].side][deferred[i].index >> 6] |= 1ULL << (deferred[i].index & 63);
+      deferred[i] = deferred.back();
+      deferred.pop_back();
+    }
+    uint64_t lost = 0;
+    for (int side = 0; side < 2; side++) lost += SettleCandidates(side, level);
+    if (failed) return false;
+    if (level >= lastLevel && !lost) break;
+  }
+  fprintf(stderr, "%s: solved in %d levels, %.1f s\n", tableCatalogue[table].name, level, Seconds() - start);
+  return true;
+}
+
+static bool SolvedValue(const Men& p, int epSquare, int* value);
+
+static bool SolvedOrStored(const Men& p, int epSquare, int* value) {
+  return InLayout(p) ? SolvedValue(p, epSquare, value) : StoredValue(p, epSquare, value);
+}
+
+// A position of the solved table, with an en-passant right or without.
+static bool SolvedValue(const Men& p, int epSquare, int* value) {
+  if (epSquare >= 0) return DerivedValue(p, epSquare, SolvedOrStored, value);
+  *value = ValueOf(p);
+  return true;
+}
+
+static int writingSide;
+
+static int8_t PublishedByte(uint32_t index) {
+  TablePosition t;
+  Men p;
+  int v;
+  if (!DecodeTableIndex(layout.table, writingSide, index, &t) || !MenOfTablePosition(t, writingSide, &p))
+    return BrokenByte;
+  if (!SolvedValue(p, t.epSquare == NoEpSquare ? -1 : t.epSquare, &v)) {
+    failed = true;
+    return BrokenByte;
+  }
+  return FileByte(v);
+}
+
+bool WriteSolvedTable() {
+  for (writingSide = 0; writingSide < 2; writingSide++) {
+    if (!WriteTableSide(layout.table, writingSide, PublishedByte)) return false;
+    if (failed) {
+      remove(TableFileName(layout.table, writingSide));
+      fprintf(stderr, "%s: a position converts into a table that cannot be read\n", tableCatalogue[layout.table].name);
+      return false;
+    }
+  }
+  return true;
+}
+
+void ReleaseSolvedTable() {
+  for (int side = 0; side < 2; side++) {
+    free(values[side]);
+    free(candidates[side]);
+    values[side] = nullptr;
+    candidates[side] = nullptr;
+  }
+}
