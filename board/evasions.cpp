@@ -6,8 +6,6 @@
 
 static inline int Captured(int to) { return pos.board[to] < 0 ? -pos.board[to] : pos.board[to]; }
 
-static inline bool IsStraight(int step) { return step == 8 || step == -8 || step == 1 || step == -1; }
-
 // Own pieces that stand alone between their king and an enemy slider on the same line.
 static Bitboard PinnedPieces(int side, int king) {
   const Bitboard enemy = pos.colourOcc[side ^ 1];
