@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "board/notation.h"
+#include "platform/platform.h"
 
 MasterNode masterRoot;
 
@@ -170,7 +171,11 @@ void InsertMasterLine(const MasterMove* moves, int count) {
 }
 
 void WriteMasterBook(const char* name) {
-  FILE* file = fopen(name, "wb");
+  // Written aside and moved into place when complete: a learn.bin cut short by a full disk would
+  // be newer than learn.txt and be read, damaged, at every start.
+  char partName[FILENAME_MAX];
+  snprintf(partName, sizeof partName, "%s.part", name);
+  FILE* file = fopen(partName, "wb");
   if (!file) {
     printf("Cannot write %s\n", name);
     return;
@@ -193,7 +198,9 @@ void WriteMasterBook(const char* name) {
     n = parent->child;
   }
   ok &= fclose(file) == 0;
-  if (!ok) printf("Cannot write %s\n", name);
+  if (ok && MoveFileIntoPlace(partName, name)) return;
+  printf("Cannot write %s\n", name);
+  DeleteFileQuietly(partName);
 }
 
 void ReadMasterBook(const char* name) {

@@ -29,3 +29,7 @@ void SleepMilliseconds(int milliseconds);
 
 // Removes a file; a missing file or any other failure is ignored.
 void DeleteFileQuietly(const char* name);
+
+// Puts the finished file `from` in the place of `to` in one step, replacing what was there, so
+// that a reader finds the old file or the new one and never half of one. False when it fails.
+bool MoveFileIntoPlace(const char* from, const char* to);
