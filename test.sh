@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds Ostrel twice, optimised (build/) and under AddressSanitizer and UndefinedBehaviorSanitizer
-# (build-sanitize/), and runs every test in both. On a fresh Debian machine it first installs the
+# (build-sanitize/), and runs every test in both; then builds the fuzz harnesses with clang
+# (build-fuzz/) and runs each briefly on its seed corpus. On a fresh Debian machine it first installs the
 # compiler, CMake and GoogleTest. Any failure stops the script with a non-zero status.
 set -euo pipefail
 cd "$(dirname "$0")"
@@ -23,4 +24,6 @@ build_and_test() {
 
 build_and_test build -DCMAKE_BUILD_TYPE=Release
 build_and_test build-sanitize -DOSTREL_SANITIZE=ON -DCMAKE_BUILD_TYPE=RelWithDebInfo
+build_and_test build-fuzz -DCMAKE_CXX_COMPILER=clang++ -DOSTREL_FUZZ=ON -DOSTREL_SANITIZE=ON \
+  -DCMAKE_BUILD_TYPE=RelWithDebInfo
 echo "=== all tests passed"

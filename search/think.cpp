@@ -225,8 +225,9 @@ int32_t MoveBudget() {
   const int32_t clock = gameClock.engineTime;
   const int32_t available = clock > ClockReserve ? clock - ClockReserve : clock;
   int32_t budget = gameRecord.moveCount < EarlyGameHalfMoves ? available / 40 : available / 28;
-  const int increment = gameClock.increment;
-  if (increment && budget > 300 * increment + 100) budget += 100 * increment;
+  // Wide enough for any increment a person can type.
+  const int64_t increment = gameClock.increment;
+  if (increment && budget > 300 * increment + 100) budget = int32_t(budget + 100 * increment);
   return budget;
 }
 
