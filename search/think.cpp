@@ -191,6 +191,9 @@ Move Think(int side, int maxDepth, int flags) {
       if (!chosen && it.bestIndex >= 0) chosen = rootMoves[it.bestIndex].move;
       break;
     }
+    // Every move scored -Infinity: only a board no game reaches (an edit with two kings a side)
+    // does that. Step 9 falls back on the first move.
+    if (it.bestIndex < 0) break;
 
     const RootMove& best = rootMoves[it.bestIndex];
     chosen = best.move;
