@@ -43,6 +43,10 @@ static inline Move* AddPawnEvasion(Move* list, int from, int to, int captured) {
 Move* GenerateEvasions(Move* list, int side) {
   const int enemy = side ^ 1;
   const int king = pos.kingSquare[side];
+  // A king taken in the search (possible only from a board no game reaches) leaves its square
+  // to the taker: there is nothing to evade with, and moving "the king" from there would move
+  // the taker's piece.
+  if (!(pos.pieces[side][KingSlot] & squareMask[king])) return list;
   const Bitboard* theirs = pos.pieces[enemy];
   const Bitboard enemyOcc = pos.colourOcc[enemy];
   const Bitboard checkers = (theirs[PawnSlot] & pawnAttacks[side][king]) | (theirs[KnightSlot] & knightAttacks[king]) |
