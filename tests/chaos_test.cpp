@@ -50,10 +50,10 @@ std::mutex boardLock;
 
 struct Referee {
   Position board;                 // the game record's position
-  std::vector<Position> history;  // the board before each move the engine played
+  std::vector<Position> history;  // the board before each move of the game record
   int engineSide = White;         // the interpreter's side: every move line flips it, found or not
   int colour = Black;
-  bool force = false, analyze = false, ponder = false;
+  bool force = false, analyze = false;
 };
 
 // Coordinate text, as the engine writes it; the library's buffer is shared, so one at a time.
@@ -190,7 +190,7 @@ std::string QuietCommand(Referee& r, TestRandom& random) {
       case 3: return "time " + Number(random, 20000);
       case 4: return "otim " + Number(random, 20000);
       case 5: return random.Below(2) ? "post" : "nopost";
-      case 6: r.ponder = random.Below(2); return r.ponder ? "hard" : "easy";
+      case 6: return random.Below(2) ? "hard" : "easy";
       case 7: return random.Below(2) ? "books on" : "books off";
       case 8: r.colour = int(random.Below(2)); return r.colour == White ? "white" : "black";
       case 9:
