@@ -6,8 +6,6 @@
 
 static inline int Captured(int to) { return pos.board[to] < 0 ? -pos.board[to] : pos.board[to]; }
 
-static inline bool IsStraight(int step) { return step == 8 || step == -8 || step == 1 || step == -1; }
-
 // Own pieces that stand alone between their king and an enemy slider on the same line.
 static Bitboard PinnedPieces(int side, int king) {
   const Bitboard enemy = pos.colourOcc[side ^ 1];
@@ -45,6 +43,10 @@ static inline Move* AddPawnEvasion(Move* list, int from, int to, int captured) {
 Move* GenerateEvasions(Move* list, int side) {
   const int enemy = side ^ 1;
   const int king = pos.kingSquare[side];
+  // A king taken in the search (possible only from a board no game reaches) leaves its square
+  // to the taker: there is nothing to evade with, and moving "the king" from there would move
+  // the taker's piece.
+  if (!(pos.pieces[side][KingSlot] & squareMask[king])) return list;
   const Bitboard* theirs = pos.pieces[enemy];
   const Bitboard enemyOcc = pos.colourOcc[enemy];
   const Bitboard checkers = (theirs[PawnSlot] & pawnAttacks[side][king]) | (theirs[KnightSlot] & knightAttacks[king]) |

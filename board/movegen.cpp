@@ -31,7 +31,8 @@ static inline Move* AddPieceMoves(Move* list, int side, Bitboard targets) {
     list = AddMoves(list, from, QueenAttacks(from) & targets, Queen);
   }
   const int king = pos.kingSquare[side];
-  if (p[KingSlot]) list = AddMoves(list, king, kingAttacks[king] & targets, King);
+  // Only while the king stands there: a search from a board no game reaches can take it.
+  if (p[KingSlot] & squareMask[king]) list = AddMoves(list, king, kingAttacks[king] & targets, King);
   return list;
 }
 

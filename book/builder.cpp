@@ -1,5 +1,6 @@
 #include "book/builder.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 
@@ -8,6 +9,7 @@
 #include "board/notation.h"
 #include "book/book.h"
 #include "book/pgn.h"
+#include "platform/platform.h"
 
 namespace {
 
@@ -25,6 +27,7 @@ int gamesRead = 0;
 FILE* tempFile = nullptr;
 unsigned char tempBlock[TempBlockRecords * TempRecordBytes];
 int tempCount = 0;
+bool tempWriteFailed = false;
 
 void PutLittleEndian(unsigned char* out, uint64_t value, int bytes) {
   for (int i = 0; i < bytes; i++) out[i] = (unsigned char)(value >> (8 * i));
@@ -37,7 +40,8 @@ uint64_t GetLittleEndian(const unsigned char* in, int bytes) {
 }
 
 void FlushTempBlock() {
-  if (tempFile && tempCount) fwrite(tempBlock, TempRecordBytes, tempCount, tempFile);
+  if (tempFile && tempCount && fwrite(tempBlock, TempRecordBytes, tempCount, tempFile) != size_t(tempCount))
+    tempWriteFailed = true;
   tempCount = 0;
 }
 
@@ -168,8 +172,21 @@ void MergeChunk() {
 constexpr int BookRecordBytes = 18;
 constexpr int IndexEntryBytes = 8;
 
-bool WriteIndex(const char* indexName) {
-  FILE* f = fopen(indexName, "wb");
+// The book files are written under a name of their own and moved into place only when both are
+// complete, so that a build that fails (no room, no permission) leaves the book it found as it
+// was. Returns whether the partial file was written and closed without an error.
+bool FinishPart(FILE* f, bool written, const char* partName, const char* what, const char* name) {
+  written = !ferror(f) && written;
+  written = fclose(f) == 0 && written;
+  if (!written) {
+    printf("Cannot write %s %s (%s)\n", what, name, strerror(errno));
+    DeleteFileQuietly(partName);
+  }
+  return written;
+}
+
+bool WriteIndex(const char* indexName, const char* partName) {
+  FILE* f = fopen(partName, "wb");
   if (!f) {
     printf("Cannot open index for opening book %s\n", indexName);
     return false;
@@ -179,24 +196,24 @@ bool WriteIndex(const char* indexName) {
     PutLittleEndian(bytes + c * IndexEntryBytes, openingBook.index[c].start, 4);
     PutLittleEndian(bytes + c * IndexEntryBytes + 4, uint32_t(openingBook.index[c].size), 4);
   }
-  fwrite(bytes, 1, sizeof bytes, f);
-  fclose(f);
-  return true;
+  const bool written = fwrite(bytes, 1, sizeof bytes, f) == sizeof bytes;
+  return FinishPart(f, written, partName, "index for opening book", indexName);
 }
 
-bool WriteRecords(const char* bookName) {
-  FILE* f = fopen(bookName, "wb");
+bool WriteRecords(const char* bookName, const char* partName) {
+  FILE* f = fopen(partName, "wb");
   if (!f) {
     printf("Cannot open opening book %s for writing\n", bookName);
     return false;
   }
   static unsigned char bytes[4096 * BookRecordBytes];
   int used = 0;
-  for (int c = 0; c < BookClusters; c++) {
+  bool written = true;
+  for (int c = 0; c < BookClusters && written; c++) {
     const BookStore& cluster = openingBook.buckets[c];
     for (int i = 0; i < cluster.count; i++) {
       if (used == int(sizeof bytes)) {
-        fwrite(bytes, 1, used, f);
+        written = written && fwrite(bytes, 1, used, f) == size_t(used);
         used = 0;
       }
       const BookRecord& r = cluster.records[i];
@@ -209,9 +226,24 @@ bool WriteRecords(const char* bookName) {
       used += BookRecordBytes;
     }
   }
-  if (used) fwrite(bytes, 1, used, f);
-  fclose(f);
-  return true;
+  if (used) written = written && fwrite(bytes, 1, used, f) == size_t(used);
+  return FinishPart(f, written, partName, "opening book", bookName);
+}
+
+bool WriteBookFiles(const char* bookName, const char* indexName) {
+  char indexPart[FILENAME_MAX], bookPart[FILENAME_MAX];
+  snprintf(indexPart, sizeof indexPart, "%s.part", indexName);
+  snprintf(bookPart, sizeof bookPart, "%s.part", bookName);
+  if (!WriteIndex(indexName, indexPart)) return false;
+  if (!WriteRecords(bookName, bookPart)) {
+    DeleteFileQuietly(indexPart);
+    return false;
+  }
+  if (MoveFileIntoPlace(bookPart, bookName) && MoveFileIntoPlace(indexPart, indexName)) return true;
+  printf("Cannot put the new opening book in place of %s and %s (%s)\n", bookName, indexName, strerror(errno));
+  DeleteFileQuietly(indexPart);
+  DeleteFileQuietly(bookPart);
+  return false;
 }
 
 void WriteBook(const char* bookName, const char* indexName) {
@@ -230,7 +262,7 @@ void WriteBook(const char* bookName, const char* indexName) {
     if (count > largest) largest = count;
   }
   if (stats) fprintf(stats, "%lld unique positions\n%d max cluster size\n", unique, largest);
-  if (WriteIndex(indexName) && WriteRecords(bookName) && stats) fprintf(stats, "\n\n");
+  if (WriteBookFiles(bookName, indexName) && stats) fprintf(stats, "\n\n");
   if (stats) fclose(stats);
 }
 
@@ -264,6 +296,7 @@ void PgnToTemp(const char* pgnName, const char* tempName, int limit) {
   moveLimit = limit;
   gamesRead = 0;
   tempCount = 0;
+  tempWriteFailed = false;
   tempFile = fopen(tempName, "wb");
   if (!tempFile) {
     printf("Cannot open temp file %s\n", tempName);
@@ -271,7 +304,7 @@ void PgnToTemp(const char* pgnName, const char* tempName, int limit) {
   }
   ReadPgnFile(pgnName);
   FlushTempBlock();
-  fclose(tempFile);
+  if (fclose(tempFile) != 0 || tempWriteFailed) printf("Cannot write temp file %s (%s)\n", tempName, strerror(errno));
   tempFile = nullptr;
 }
 
@@ -294,6 +327,12 @@ void BuildBook(const char* tempName, const char* bookName, const char* indexName
     total += read;
     printf("%llu positions so far ( max count = %d)\n", total, largestCluster);
   } while (read == ChunkRecords);
+  // Records lost to a read error would make a wrong book: better none, and the old one kept.
+  const bool readFailed = ferror(f);
+  if (readFailed) printf("Cannot read temp file %s (%s)\n", tempName, strerror(errno));
+  const long length = ftell(f);
+  if (length > 0 && length % TempRecordBytes)
+    printf("Temp file %s ends in %ld bytes of a cut record, left out\n", tempName, length % TempRecordBytes);
   fclose(f);
   Release(chunkStore);
 
@@ -302,6 +341,6 @@ void BuildBook(const char* tempName, const char* bookName, const char* indexName
   for (int c = 1; c < BookClusters; c++) unique += openingBook.buckets[c].count;
   printf("%lld unique positions\n", unique);
 
-  WriteBook(bookName, indexName);
+  if (!readFailed) WriteBook(bookName, indexName);
   for (BookStore& cluster : openingBook.buckets) Release(cluster);
 }

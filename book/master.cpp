@@ -9,6 +9,7 @@
 
 #include "board/notation.h"
 #include "book/book.h"
+#include "platform/platform.h"
 
 MasterNode masterRoot;
 
@@ -171,7 +172,11 @@ void InsertMasterLine(const MasterMove* moves, int count) {
 }
 
 void WriteMasterBook(const char* name) {
-  FILE* file = fopen(name, "wb");
+  // Written aside and moved into place when complete: a learn.bin cut short by a full disk would
+  // be newer than learn.txt and be read, damaged, at every start.
+  char partName[FILENAME_MAX];
+  snprintf(partName, sizeof partName, "%s.part", name);
+  FILE* file = fopen(partName, "wb");
   if (!file) {
     printf("Cannot write %s\n", name);
     return;
@@ -194,7 +199,9 @@ void WriteMasterBook(const char* name) {
     n = parent->child;
   }
   ok &= fclose(file) == 0;
-  if (!ok) printf("Cannot write %s\n", name);
+  if (ok && MoveFileIntoPlace(partName, name)) return;
+  printf("Cannot write %s\n", name);
+  DeleteFileQuietly(partName);
 }
 
 void ReadMasterBook(const char* name) {

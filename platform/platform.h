@@ -36,3 +36,7 @@ constexpr char PathSeparator = '\\';
 #else
 constexpr char PathSeparator = '/';
 #endif
+
+// Puts the finished file `from` in the place of `to` in one step, replacing what was there, so
+// that a reader finds the old file or the new one and never half of one. False when it fails.
+bool MoveFileIntoPlace(const char* from, const char* to);

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 
@@ -84,5 +85,7 @@ void SleepMilliseconds(int milliseconds) {
 }
 
 void DeleteFileQuietly(const char* name) { unlink(name); }
+
+bool MoveFileIntoPlace(const char* from, const char* to) { return rename(from, to) == 0; }
 
 #endif

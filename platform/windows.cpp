@@ -71,4 +71,8 @@ void SleepMilliseconds(int milliseconds) { Sleep(DWORD(milliseconds)); }
 
 void DeleteFileQuietly(const char* name) { DeleteFileA(name); }
 
+bool MoveFileIntoPlace(const char* from, const char* to) {
+  return MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;
+}
+
 #endif

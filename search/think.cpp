@@ -199,6 +199,9 @@ Move Think(int side, int maxDepth, int flags) {
       if (!chosen && it.bestIndex >= 0) chosen = rootMoves[it.bestIndex].move;
       break;
     }
+    // Every move scored -Infinity: only a board no game reaches (an edit with two kings a side)
+    // does that. Step 9 falls back on the first move.
+    if (it.bestIndex < 0) break;
 
     const RootMove& best = rootMoves[it.bestIndex];
     chosen = best.move;
@@ -235,8 +238,9 @@ int32_t MoveBudget() {
   const int32_t clock = gameClock.engineTime;
   const int32_t available = clock > ClockReserve ? clock - ClockReserve : clock;
   int32_t budget = gameRecord.moveCount < EarlyGameHalfMoves ? available / 40 : available / 28;
-  const int increment = gameClock.increment;
-  if (increment && budget > 300 * increment + 100) budget += 100 * increment;
+  // Wide enough for any increment a person can type.
+  const int64_t increment = gameClock.increment;
+  if (increment && budget > 300 * increment + 100) budget = int32_t(budget + 100 * increment);
   return budget;
 }
 

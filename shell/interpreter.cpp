@@ -3,6 +3,7 @@
 // Lines that match nothing are ignored without a reply, as the protocol asks.
 #include "shell/interpreter.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -75,13 +76,17 @@ void OpponentMove(int from, int to, int promotion) {
   ThinkAndMove();
 }
 
+// Clock figures are 32-bit and wrap as such arithmetic does: no GUI sends numbers that large,
+// but a person may type them.
+int32_t Wrap(int64_t value) { return int32_t(uint32_t(uint64_t(value))); }
+
 // The first run of decimal digits after `p`; `found` tells whether there was one before the end.
 int ReadNumber(const char*& p, bool& found) {
   while (*p && (*p < '0' || *p > '9')) p++;
   found = *p != 0;
-  int n = 0;
-  for (; *p >= '0' && *p <= '9'; p++) n = n * 10 + (*p - '0');
-  return n;
+  uint32_t n = 0;
+  for (; *p >= '0' && *p <= '9'; p++) n = n * 10 + uint32_t(*p - '0');
+  return int32_t(n);
 }
 
 void Level(const char* line) {
@@ -91,9 +96,9 @@ void Level(const char* line) {
     // Minutes, then the digits of the seconds appended one by one (5:30 gives 30030 seconds):
     // the engine has always read it so.
     interpreter.movesPerControl = ReadNumber(p, found);
-    int base = ReadNumber(p, found) * 60;
+    int base = Wrap(int64_t(ReadNumber(p, found)) * 60);
     if (*p == ':')
-      for (p++; *p >= '0' && *p <= '9'; p++) base = base * 10 + (*p - '0');
+      for (p++; *p >= '0' && *p <= '9'; p++) base = Wrap(int64_t(base) * 10 + (*p - '0'));
     interpreter.baseSeconds = base;
     const int increment = ReadNumber(p, found);
     gameClock.increment = interpreter.increment2 = increment;
@@ -101,11 +106,11 @@ void Level(const char* line) {
     const int moves = ReadNumber(p, found);
     if (found) interpreter.movesPerControl = moves;
     const int minutes = found ? ReadNumber(p, found) : 0;
-    if (found) interpreter.baseSeconds = minutes * 60;
+    if (found) interpreter.baseSeconds = Wrap(int64_t(minutes) * 60);
     const int increment = found ? ReadNumber(p, found) : 0;
     if (found) gameClock.increment = increment;
   }
-  SetClocks(interpreter.baseSeconds * 100);
+  SetClocks(Wrap(int64_t(interpreter.baseSeconds) * 100));
   gameClock.fixedDepth = gameClock.fixedTime = 0;
 }
 
@@ -165,7 +170,7 @@ void Interpret(const char* line) {
     const char* p = line + 4;
     bool found;
     const int n = ReadNumber(p, found);
-    SetClocks(interpreter.increment2 * 1000 + (n / 6) * 10);
+    SetClocks(Wrap(int64_t(interpreter.increment2) * 1000 + int64_t(n / 6) * 10));
   } else if (Prefix(line, "otim")) {
   } else if (Prefix(line, "level")) {
     Level(line);
@@ -188,7 +193,7 @@ void Interpret(const char* line) {
     // xboard gives seconds; the search counts hundredths.
     const int seconds = int(atol(line + 2));
     printf("search time mode st = %d\n", seconds);
-    gameClock.fixedTime = seconds * 100;
+    gameClock.fixedTime = Wrap(int64_t(seconds) * 100);
     gameClock.fixedDepth = 0;
   } else if (!strcmp(line, "post")) {
     engineFlags.post = 1;

@@ -1,0 +1,381 @@
+// Protocol chaos: the real engine driven by long random but well-formed command sequences, with a
+// referee that keeps the game the way the interpreter keeps it. Each step sends a few commands
+// that start no search, then one that may, then a marker line; by the time the engine reaches the
+// marker it must have taken every line, must still run, and every move it announced or hinted
+// must have been legal where the referee says the game stands. Searches that never end by
+// themselves (pondering, analysis) and slow ones are stopped with "?", which is harmless at any
+// moment. OSTREL_CHAOS_SEED and OSTREL_CHAOS_COMMANDS ask for another or a longer run; a seed
+// fixes the choices of commands, though not the point at which a "?" lands in a search.
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "board/fen.h"
+#include "board/makemove.h"
+#include "board/movegen.h"
+#include "board/notation.h"
+#include "tests/engine_process.h"
+#include "tests/position_check.h"
+
+namespace {
+
+using ostrel_test::TestRandom;
+
+#ifdef OSTREL_SANITIZE
+constexpr int StepMs = 120000;
+#else
+constexpr int StepMs = 30000;
+#endif
+// Each engine idles a tenth of a second before it reads: several run at once.
+constexpr int Sessions = 4;
+constexpr int DefaultCommands = 150;  // per session
+constexpr int SlowSearchMs = 800;     // then "?" asks for the move
+constexpr int LongGame = 400;         // plies before a new game is likely
+
+// What the sessions did, for the closing line.
+std::atomic<int> engineMovesChecked{0}, engineStarts{0}, steps{0};
+
+// The library plays on one global position; the sessions' referees take turns with it.
+std::mutex boardLock;
+
+struct Referee {
+  Position board;                 // the game record's position
+  std::vector<Position> history;  // the board before each move of the game record
+  int engineSide = White;         // the interpreter's side: every move line flips it, found or not
+  int colour = Black;
+  bool force = false, analyze = false;
+};
+
+// Coordinate text, as the engine writes it; the library's buffer is shared, so one at a time.
+std::string MoveText(Move m) {
+  static std::mutex textLock;
+  std::lock_guard<std::mutex> hold(textLock);
+  return CoordinateText(m);
+}
+
+std::vector<Move> LegalMoves(const Referee& r, int side) {
+  std::lock_guard<std::mutex> hold(boardLock);
+  pos = r.board;
+  Move list[MaxMoves];
+  return std::vector<Move>(list, GenerateLegal(list, side));
+}
+
+// The game record's side: the board's, whatever the interpreter believes.
+void Play(Referee& r, Move m) {
+  std::lock_guard<std::mutex> hold(boardLock);
+  r.history.push_back(r.board);
+  pos = r.board;
+  const int side = pos.sideToMove;
+  SaveUndo(0);
+  MakeMove(m, 0, side);
+  pos.sideToMove = side ^ 1;
+  r.board = pos;
+}
+
+// undo (one half-move, the interpreter's side flipped) and remove (two, the side kept), done
+// only when that many were played.
+bool TakeBack(Referee& r, size_t halfMoves) {
+  if (r.history.size() < halfMoves) return false;
+  r.board = r.history[r.history.size() - halfMoves];
+  r.history.resize(r.history.size() - halfMoves);
+  if (halfMoves == 1) r.engineSide ^= 1;
+  return true;
+}
+
+void NewGame(Referee& r) {
+  std::lock_guard<std::mutex> hold(boardLock);
+  SetInitialPosition();
+  r.board = pos;
+  r.history.clear();
+  r.engineSide = White;
+  r.colour = Black;
+  r.force = false;
+}
+
+// An edit session that sets up the position of a short random game with the interpreter's side
+// to move, as xboard sends it; the referee takes the same position.
+std::vector<std::string> EditSession(Referee& r, TestRandom& random) {
+  std::lock_guard<std::mutex> hold(boardLock);
+  for (;;) {
+    SetInitialPosition();
+    const int plies = int(random.Below(60));
+    for (int i = 0; i < plies; i++) {
+      Move list[MaxMoves];
+      const int n = int(GenerateLegal(list, pos.sideToMove) - list);
+      if (n == 0) break;
+      const int side = pos.sideToMove;
+      SaveUndo(0);
+      MakeMove(list[random.Below(uint32_t(n))], 0, side);
+      pos.sideToMove = side ^ 1;
+    }
+    if (!KingAttacked(r.engineSide ^ 1)) break;  // the side not to move may not stand in check
+  }
+  std::vector<std::string> lines = {"edit", "#", "Kz9"};
+  std::string fen;
+  for (int colour : {White, Black}) {
+    if (colour == Black) lines.push_back("c");
+    for (int s = 0; s < 64; s++) {
+      const int piece = pos.board[s];
+      if (piece == 0 || (piece > 0) != (colour == White)) continue;
+      const char letter = "?PNBRQK"[piece > 0 ? piece : -piece];
+      lines.push_back(std::string(1, random.Below(2) ? letter : char(letter + 32)) + char('a' + s % 8) +
+                      char('1' + s / 8));
+    }
+  }
+  lines.push_back(".");
+  for (int rank = 7; rank >= 0; rank--) {
+    for (int file = 0; file < 8; file++) {
+      const int piece = pos.board[rank * 8 + file];
+      fen += piece == 0 ? '1' : piece > 0 ? "?PNBRQK"[piece] : "?pnbrqk"[-piece];
+    }
+    if (rank) fen += '/';
+  }
+  SetPosition((fen + (r.engineSide == White ? " w" : " b")).c_str());
+  r.board = pos;
+  r.history.clear();
+  r.force = false;
+  return lines;
+}
+
+std::string Number(TestRandom& random, uint32_t below) { return std::to_string(random.Below(below)); }
+
+// A line that is no command: binary, or longer than a line can be. Neither can begin like a
+// command or a move, and neither holds a line end or a backspace that could edit it into one.
+std::string Garbage(TestRandom& random) {
+  std::string line(1, random.Below(2) ? 'z' : char(0x80 + random.Below(128)));
+  const size_t length = random.Below(2) ? 256 + random.Below(1500) : 1 + random.Below(60);
+  while (line.size() < length) {
+    const char c = char(1 + random.Below(255));
+    if (c != '\n' && c != '\r' && c != 8) line += c;
+  }
+  return line;
+}
+
+// A move line: legal for the board's side, or one the interpreter cannot find. Either way it flips
+// the interpreter's side; only the legal one is played.
+std::string MoveLine(Referee& r, TestRandom& random) {
+  const std::vector<Move> legal = LegalMoves(r, r.board.sideToMove);
+  r.engineSide ^= 1;
+  if (!legal.empty() && random.Below(5) != 0) {
+    const Move m = legal[random.Below(uint32_t(legal.size()))];
+    Play(r, m);
+    return MoveText(m);
+  }
+  for (;;) {
+    std::string text = {char('a' + random.Below(8)), char('1' + random.Below(8)), char('a' + random.Below(8)),
+                        char('1' + random.Below(8))};
+    if (random.Below(4) == 0) text += "qrbn"[random.Below(4)];
+    if (std::none_of(legal.begin(), legal.end(), [&](Move m) { return MoveText(m) == text; })) return text;
+  }
+}
+
+// A command that starts no search in the state the referee is in, its effect on the referee made.
+std::string QuietCommand(Referee& r, TestRandom& random) {
+  for (;;) {
+    switch (random.Below(22)) {
+      case 0: return "sd " + std::to_string(1 + random.Below(5));
+      case 1: return "st " + Number(random, 2);
+      case 2: return "level " + Number(random, 41) + " " + Number(random, 2) + (random.Below(2) ? ":1" : "") + " " +
+                     Number(random, 3);
+      case 3: return "time " + Number(random, 20000);
+      case 4: return "otim " + Number(random, 20000);
+      case 5: return random.Below(2) ? "post" : "nopost";
+      case 6: return random.Below(2) ? "hard" : "easy";
+      case 7: return random.Below(2) ? "books on" : "books off";
+      case 8: r.colour = int(random.Below(2)); return r.colour == White ? "white" : "black";
+      case 9:
+        if (random.Below(3)) break;  // rarer: force mode silences the engine until go
+        r.force = true;
+        return "force";
+      case 10: return random.Below(2) ? "draw" : "print";
+      case 11: return "?";
+      case 12: return random.Below(2) ? "protover 2" : "variant nocastle";
+      case 13: return "result 1-0 {chaos}";
+      case 14: case 15: return Garbage(random);
+      case 16: NewGame(r); return "new";
+      case 17: {
+        std::lock_guard<std::mutex> hold(boardLock);  // announced, never handled: nothing changes
+        return "setboard " + std::string(PositionToEpd()) + "0 1";
+      }
+      case 18: case 19:
+        if (r.force && !r.analyze) return MoveLine(r, random);
+        break;
+      case 20:
+        if (r.analyze || !TakeBack(r, 1)) break;
+        return "undo";
+      default: return ".";
+    }
+  }
+}
+
+// The step's last command, which may start a search; the referee takes its effect. Empty for
+// exit, which the caller handles.
+std::vector<std::string> FinalCommand(Referee& r, TestRandom& random) {
+  if (r.history.size() > size_t(LongGame) && random.Below(4) == 0) {
+    NewGame(r);
+    return {"new"};
+  }
+  for (;;) {
+    switch (random.Below(12)) {
+      case 0: case 1: case 2: case 3: return {MoveLine(r, random)};
+      case 4: case 5: r.force = false; return {"go"};
+      case 6: r.force = false; return {"hint"};
+      case 7:
+        if (random.Below(4)) break;  // rarer: only exit leaves analysis mode
+        r.analyze = true;
+        return {"analyze"};
+      case 8: {
+        const size_t halfMoves = 1 + random.Below(2);
+        if (TakeBack(r, halfMoves)) return {halfMoves == 1 ? "undo" : "remove"};
+        break;
+      }
+      case 9: return EditSession(r, random);
+      case 10:
+        if (random.Below(r.analyze ? 2 : 8) == 0) return {};
+        break;
+      default: return {QuietCommand(r, random)};
+    }
+  }
+}
+
+struct Session {
+  std::unique_ptr<EngineProcess> engine;
+  Referee referee;
+  TestRandom random;
+  int commands = 0;     // lines the generator sent
+  int linesSent = 0;    // every line written, stops and markers included
+  size_t echoSeen = 0;  // "AddTo Queue [" lines read so far
+  int markers = 0;
+  explicit Session(uint64_t seed) : random(seed) {}
+};
+
+bool SendLine(Session& s, const std::string& line) {
+  s.linesSent++;
+  return Send(*s.engine, line);
+}
+
+bool Start(Session& s) {
+  s.engine.reset(new EngineProcess);
+  engineStarts++;
+  if (!StartEngine(*s.engine)) return false;
+  s.linesSent = 0;
+  s.echoSeen = 0;
+  s.referee = Referee();
+  NewGame(s.referee);
+  return SendLine(s, "xboard") && SendLine(s, "sd 3");
+}
+
+// Checks a move the engine announced or hinted: legal for the interpreter's side on the board.
+std::string CheckEngineMove(Session& s, const std::string& text, bool played) {
+  Referee& r = s.referee;
+  const std::vector<Move> legal = LegalMoves(r, r.engineSide);
+  const auto m = std::find_if(legal.begin(), legal.end(), [&](Move x) { return MoveText(x) == text; });
+  if (m == legal.end()) return "illegal move " + text;
+  engineMovesChecked++;
+  if (!played) return "";
+  // The game record plays it only when the interpreter's side is also the board's.
+  if (r.engineSide == r.board.sideToMove) Play(r, *m);
+  r.engineSide ^= 1;
+  return "";
+}
+
+// Reads until the engine interprets the marker, answering the engine as a GUI would. Returns
+// what went wrong, or "".
+std::string AwaitMarker(Session& s) {
+  using Clock = std::chrono::steady_clock;
+  const std::string marker = "chaos " + std::to_string(++s.markers);
+  if (!SendLine(s, marker)) return "the engine no longer reads";
+  const size_t sentBefore = size_t(s.linesSent);
+  const Clock::time_point start = Clock::now();
+  Clock::time_point lastStop = start;
+  for (;;) {
+    std::string line;
+    if (WaitForLine(*s.engine, [](const std::string&) { return true; }, 50, &line)) {
+      std::string fault;
+      if (StartsWith(line, "AddTo Queue [")) s.echoSeen++;
+      else if (line == "Process Queue Line [" + marker + "]") break;
+      else if (StartsWith(line, "move ")) fault = CheckEngineMove(s, line.substr(5), true);
+      else if (StartsWith(line, "Hint: ")) fault = CheckEngineMove(s, line.substr(6), false);
+      else if (line == "Starting pondering :" || (s.referee.analyze && StartsWith(line, "epd diagram"))) {
+        if (s.markers % 3 == 0) SendLine(s, ".");  // a status request in passing
+        SendLine(s, "?");
+        lastStop = Clock::now();
+      }
+      if (!fault.empty()) return fault;
+      continue;
+    }
+    if (s.engine->outputClosed) return "the engine ended";
+    const Clock::time_point now = Clock::now();
+    if (now - start > std::chrono::milliseconds(StepMs)) return "no answer to " + marker;
+    if (now - lastStop > std::chrono::milliseconds(SlowSearchMs)) {
+      SendLine(s, "?");
+      lastStop = now;
+    }
+  }
+  // Everything sent up to the marker has been screened by now, each line echoed once.
+  return s.echoSeen >= sentBefore ? "" : "lines lost before " + marker;
+}
+
+bool EndedCleanly(EngineProcess& e) {
+  return WaitForExit(e, StepMs) && WIFEXITED(e.waitStatus) && WEXITSTATUS(e.waitStatus) == 0;
+}
+
+// One session of `commands` generator lines; "" when all went well, else the fault and the tail
+// of the transcript.
+std::string RunSession(uint64_t seed, int commands) {
+  Session s(seed);
+  if (!Start(s)) return "cannot start the engine";
+  while (s.commands < commands) {
+    std::vector<std::string> lines;
+    for (uint32_t n = s.random.Below(4); n > 0; n--) lines.push_back(QuietCommand(s.referee, s.random));
+    const std::vector<std::string> last = FinalCommand(s.referee, s.random);
+    lines.insert(lines.end(), last.begin(), last.end());
+    for (const std::string& line : lines) SendLine(s, line);
+    s.commands += int(lines.size());
+    if (last.empty()) {
+      // exit ends the process by design, with status 0; a new engine takes over.
+      SendLine(s, "exit");
+      s.commands++;
+      if (!EndedCleanly(*s.engine)) return "exit did not end the engine with status 0\n" + Tail(*s.engine);
+      if (!Start(s)) return "cannot restart the engine";
+      continue;
+    }
+    steps++;
+    const std::string fault = AwaitMarker(s);
+    if (!fault.empty()) return fault + " (seed " + std::to_string(seed) + ")\n" + Tail(*s.engine);
+  }
+  SendLine(s, "quit");
+  return EndedCleanly(*s.engine) ? "" : "quit did not end the engine with status 0\n" + Tail(*s.engine);
+}
+
+uint64_t EnvironmentNumber(const char* name, uint64_t fallback) {
+  const char* text = getenv(name);
+  return text && *text ? strtoull(text, nullptr, 10) : fallback;
+}
+
+}  // namespace
+
+TEST(ProtocolChaos, RandomSessionsKeepTheEngineSound) {
+  const uint64_t seed = EnvironmentNumber("OSTREL_CHAOS_SEED", 14);
+  const int commands = int(EnvironmentNumber("OSTREL_CHAOS_COMMANDS", DefaultCommands * Sessions)) / Sessions;
+  std::vector<std::string> faults(Sessions);
+  std::vector<std::thread> sessions;
+  const auto start = std::chrono::steady_clock::now();
+  for (int i = 0; i < Sessions; i++)
+    sessions.emplace_back([&, i] { faults[i] = RunSession(seed * Sessions + uint64_t(i), commands); });
+  for (std::thread& t : sessions) t.join();
+  for (const std::string& fault : faults) EXPECT_EQ(fault, "");
+  printf("chaos: seed %llu, %d commands in %d steps, %d engine starts, %d engine moves checked, %.1f s\n",
+         (unsigned long long)seed, commands * Sessions, steps.load(), engineStarts.load(), engineMovesChecked.load(),
+         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+}
