@@ -85,17 +85,18 @@ static std::map<std::string, std::vector<std::string>> ReadRows(const char* file
 
 static std::string LongestText(int moves) { return moves < 0 ? "" : std::to_string(moves); }
 
-TEST(GeneratedTables, ReproduceThePublishedFiguresAndTheirSuccessors) {
+// Checks the tables present of numbers `first`, `first` + 2, ...; returns how many.
+static int CheckFigures(int first) {
   const auto longest = ReadRows("maxdtm.tsv"), broken = ReadRows("broken.tsv");
-  ASSERT_FALSE(longest.empty());
+  EXPECT_FALSE(longest.empty());
   int checked = 0;
-  for (int t = 1; t < TableCount; t++) {
+  for (int t = first; t < TableCount; t += 2) {
     const std::string name = tableCatalogue[t].name;
     if (name.size() > 4 || !TableFilesPresent(t)) continue;
     const VerifyResult r = VerifyTable(t);
     ReleaseTables();
     checked++;
-    ASSERT_TRUE(r.readable) << name;
+    EXPECT_TRUE(r.readable) << name;
     EXPECT_EQ(r.mismatches[0] + r.mismatches[1], 0u) << name;
     const std::vector<std::string>& b = broken.at(name);
     EXPECT_EQ(std::to_string(r.broken[0]) + " " + std::to_string(r.broken[1]), b[0] + " " + b[2]) << name;
@@ -105,7 +106,15 @@ TEST(GeneratedTables, ReproduceThePublishedFiguresAndTheirSuccessors) {
               w[0] + "," + w[1] + "," + w[2] + "," + w[3])
         << name;
   }
-  EXPECT_GE(checked, OSTREL_TB_MIN_TABLES);
+  return checked;
+}
+
+// In two halves, which the test driver runs side by side; each knows how many tables it expects.
+TEST(GeneratedTables, OddNumberedOnesReproduceThePublishedFiguresAndTheirSuccessors) {
+  EXPECT_EQ(CheckFigures(1), OSTREL_TB_ODD_TABLES);
+}
+TEST(GeneratedTables, EvenNumberedOnesReproduceThePublishedFiguresAndTheirSuccessors) {
+  EXPECT_EQ(CheckFigures(2), OSTREL_TB_EVEN_TABLES);
 }
 
 int main(int argc, char** argv) {

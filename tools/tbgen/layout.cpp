@@ -149,13 +149,6 @@ bool MenOfTablePosition(const TablePosition& t, int side, Men* out) {
     p.man[i].square = s;
   }
   *out = p;
-  if (MenIllegal(p)) return false;
-  if (t.epSquare == NoEpSquare) return true;
-  // The squares the double step passed over and left stand empty. (Positions that no legal
-  // double step leads to stay entries with values: the published counts do not count them.)
-  const int start = t.epSquare + (p.toMove == White ? 8 : -8);
-  for (int i = 0; i < p.count; i++)
-    if (p.man[i].square == start || p.man[i].square == t.epSquare) return false;
-  return true;
+  return !MenIllegal(p);
 }
 

@@ -69,33 +69,20 @@ static int ManOn(const Men& p, int square) {
   return -1;
 }
 
-// Pseudo-legal generation leaves the legality test to GenerateMenMoves or to the caller.
-static bool pseudoLegal;
-static int GenerateMoves(const Men& p, MenMove* list);
-
-static int Add(const Men& p, MenMove* list, int n, MenMove m) {
-  if (pseudoLegal || MenMoveLegal(p, m)) list[n++] = m;
+// Pseudo-legal generation (`legal` false) leaves the legality test to the caller.
+static int Add(const Men& p, MenMove* list, int n, MenMove m, bool legal) {
+  if (!legal || MenMoveLegal(p, m)) list[n++] = m;
   return n;
 }
 
 // A pawn move to the last rank comes once per promotion type.
-static int AddPawnMove(const Men& p, MenMove* list, int n, int man, int to, int captured) {
-  if (RankOf(to) != 0 && RankOf(to) != 7) return Add(p, list, n, {man, to, captured, 0, false});
-  for (int type = Queen; type >= Knight; type--) n = Add(p, list, n, {man, to, captured, type, false});
+static int AddPawnMove(const Men& p, MenMove* list, int n, int man, int to, int captured, bool legal) {
+  if (RankOf(to) != 0 && RankOf(to) != 7) return Add(p, list, n, {man, to, captured, 0, false}, legal);
+  for (int type = Queen; type >= Knight; type--) n = Add(p, list, n, {man, to, captured, type, false}, legal);
   return n;
 }
 
-int GenerateMenMoves(const Men& p, MenMove* list) {
-  pseudoLegal = false;
-  return GenerateMoves(p, list);
-}
-
-int GeneratePseudoMenMoves(const Men& p, MenMove* list) {
-  pseudoLegal = true;
-  return GenerateMoves(p, list);
-}
-
-static int GenerateMoves(const Men& p, MenMove* list) {
+static int GenerateMoves(const Men& p, MenMove* list, bool legal) {
   const Bitboard occupied = Occupancy(p);
   int n = 0;
   for (int i = 0; i < p.count; i++) {
@@ -105,27 +92,31 @@ static int GenerateMoves(const Men& p, MenMove* list) {
       const int step = m.side == White ? 8 : -8;
       const int one = m.square + step;
       if (!(occupied & squareMask[one])) {
-        n = AddPawnMove(p, list, n, i, one, -1);
+        n = AddPawnMove(p, list, n, i, one, -1, legal);
         const int startRank = m.side == White ? 1 : 6;
         if (RankOf(m.square) == startRank && !(occupied & squareMask[one + step]))
-          n = Add(p, list, n, {i, one + step, -1, 0, true});
+          n = Add(p, list, n, {i, one + step, -1, 0, true}, legal);
       }
       for (Bitboard b = pawnAttacks[m.side][m.square] & occupied; b;) {
         const int to = PopLowest(b);
         const int victim = ManOn(p, to);
-        if (p.man[victim].side != m.side) n = AddPawnMove(p, list, n, i, to, victim);
+        if (p.man[victim].side != m.side) n = AddPawnMove(p, list, n, i, to, victim, legal);
       }
       continue;
     }
     for (Bitboard b = Attacks(m, occupied); b;) {
       const int to = PopLowest(b);
       const int victim = ManOn(p, to);
-      if (victim < 0) n = Add(p, list, n, {i, to, -1, 0, false});
-      else if (p.man[victim].side != m.side && p.man[victim].type != King) n = Add(p, list, n, {i, to, victim, 0, false});
+      if (victim < 0) n = Add(p, list, n, {i, to, -1, 0, false}, legal);
+      else if (p.man[victim].side != m.side && p.man[victim].type != King)
+        n = Add(p, list, n, {i, to, victim, 0, false}, legal);
     }
   }
   return n;
 }
+
+int GenerateMenMoves(const Men& p, MenMove* list) { return GenerateMoves(p, list, true); }
+int GeneratePseudoMenMoves(const Men& p, MenMove* list) { return GenerateMoves(p, list, false); }
 
 int GenerateMenEpCaptures(const Men& p, int epSquare, MenMove* list) {
   const int victimSquare = epSquare + (p.toMove == White ? -8 : 8);
@@ -134,7 +125,7 @@ int GenerateMenEpCaptures(const Men& p, int epSquare, MenMove* list) {
   for (int i = 0; i < p.count; i++) {
     const Man& m = p.man[i];
     if (m.side == p.toMove && m.type == Pawn && (pawnAttacks[m.side][m.square] & squareMask[epSquare]))
-      n = Add(p, list, n, {i, epSquare, victim, 0, false});
+      n = Add(p, list, n, {i, epSquare, victim, 0, false}, true);
   }
   return n;
 }

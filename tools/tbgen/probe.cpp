@@ -1,46 +1,44 @@
 #include "tools/tbgen/probe.h"
 
 #include <cstdio>
+#include <cstdlib>
 
+#include "board/bitboard.h"
 #include "board/fen.h"
 #include "board/position.h"
-#include "tools/tbgen/men.h"
+#include "tablebases/files.h"
+#include "tablebases/probe.h"
+#include "tablebases/registry.h"
 #include "tools/tbgen/store.h"
-#include "tools/tbgen/values.h"
 
+// Through the engine's own registry and probe, so that what a user reads here is what the
+// search gets. A probe's score is 10 x (32767 - n) for a win in n moves and -10 x (32767 - n)
+// for a loss in n - 1.
 int ProbePositions(int count, char** fens) {
+  if (!InitTablebases(tableDirectory)) {
+    printf("no tables in %s\n", tableDirectory);
+    return 1;
+  }
+  SetTablebaseCache(malloc(TablebaseCacheBytes), TablebaseCacheBytes);
   int status = 0;
   for (int i = 0; i < count; i++) {
     SetPosition(fens[i]);
-    // Kings first, White's then Black's, as the men of a table stand.
-    Men p = {};
-    p.toMove = pos.sideToMove;
-    p.count = 2;
-    int kings = 0;
-    bool fits = true;
-    for (int s = 0; s < 64; s++) {
-      const int piece = pos.board[s];
-      if (piece == King || piece == -King) {
-        p.man[piece > 0 ? 0 : 1] = {s, King, piece > 0 ? White : Black};
-        kings += piece > 0 ? 1 : 16;
-      } else if (piece && p.count == MaxMen) {
-        fits = false;
-      } else if (piece) {
-        p.man[p.count++] = {s, piece > 0 ? piece : -piece, piece > 0 ? White : Black};
-      }
-    }
-    fits &= kings == 17;
-    int v;
-    const int ep = EnPassantTarget(pos.sideToMove) ? pos.epSquare : -1;
-    if (!fits || MenIllegal(p)) {
+    const int side = pos.sideToMove;
+    int score = 0;
+    if (PopCount(pos.pieces[White][KingSlot]) != 1 || PopCount(pos.pieces[Black][KingSlot]) != 1 ||
+        ((pos.pieces[White][PawnSlot] | pos.pieces[Black][PawnSlot]) & (rankMask[0] | rankMask[7])) ||
+        KingAttacked(side ^ 1)) {
       printf("%s\tbad position\n", fens[i]);
       status = 1;
-    } else if (!StoredValue(p, ep, &v)) {
+    } else if (!ProbeTablebase(side, &score)) {
       printf("%s\tnot in the tables\n", fens[i]);
       status = 1;
+    } else if (score > 0) {
+      printf("%s\twin %d\n", fens[i], 32767 - score / 10);
+    } else if (score < 0) {
+      printf("%s\tloss %d\n", fens[i], 32766 + score / 10);
     } else {
-      if (v) printf("%s\t%s %d\n", fens[i], IsWin(v) ? "win" : "loss", Distance(v));
-      else printf("%s\tdraw\n", fens[i]);
+      printf("%s\tdraw\n", fens[i]);
     }
   }
   return status;

@@ -18,6 +18,11 @@
 // layout does not hold (it has no en-passant rights): its value is the better for the opponent
 // of the stored position and the captures. When such a capture wins only at a later level the
 // candidate is looked at again then (the deferred list, rare enough to be a plain vector).
+//
+// Every step is a scan over index ranges of positions held as small values, with no shared
+// board: two workers can split the ranges. Step a only ever lowers a byte (a race between two
+// markings keeps either win of the level, both right); candidate bits and deferred entries
+// would be kept per worker.
 #include "tools/tbgen/retro.h"
 
 #include <chrono>
