@@ -29,7 +29,10 @@
 #include "search/search.h"
 #include "search/think.h"
 #include "shell/input.h"
+#include "shell/settings.h"
 #include "shell/ucitime.h"
+#include "tablebases/files.h"
+#include "tablebases/registry.h"
 
 namespace {
 
@@ -75,6 +78,7 @@ void PrintIdentity() {
   printf("option name Clear Hash type button\n");
   printf("option name Ponder type check default false\n");
   printf("option name OwnBook type check default %s\n", ownBook ? "true" : "false");
+  printf("option name TablebasePath type string default %s\n", *settings.tbDir ? settings.tbDir : "<empty>");
   printf("uciok\n");
 }
 
@@ -297,13 +301,30 @@ void Go(char* args) {
   printf("\n");
 }
 
+// An empty path means no tables, which is what a GUI means when it clears the field (and sends
+// "<empty>" or nothing); the working directory, which an empty list stands for under -tbdir, is
+// still there as ".".
+void SetTablebasePath(const char* directories) {
+  int men = 0;
+  if (*directories && !SameWord(directories, "<empty>")) men = InitTablebases(directories);
+  else ClearTablebases();
+  // Allocated once for the run, as at start-up, and never mid-search: setoption waits in the
+  // queue while one runs.
+  if (men && !TablebaseCacheReady()) SetTablebaseCache(malloc(TablebaseCacheBytes), TablebaseCacheBytes);
+  if (!men) printf("info string no tablebases\n");
+  else if (!TablebaseCacheReady()) printf("info string no memory for the tablebase cache: tables unread\n");
+  else printf("info string tablebases of up to %d men\n", men);
+}
+
 void SetOption(const char* line) {
   const char* name = strstr(line, "name ");
   if (!name) return;
   name += 5;
   const char* valueMark = strstr(name, " value ");
   char option[InputLineSize];
-  const size_t length = valueMark ? size_t(valueMark - name) : strlen(name);
+  size_t length = valueMark ? size_t(valueMark - name) : strlen(name);
+  // "value" with nothing after it: how some GUIs clear a string option.
+  if (!valueMark && length > 6 && SameWord(name + length - 6, " value")) length -= 6;
   snprintf(option, sizeof option, "%.*s", int(length), name);
   const char* value = valueMark ? valueMark + 7 : "";
 
@@ -319,6 +340,8 @@ void SetOption(const char* line) {
     ClearSearchState();
   } else if (SameWord(option, "OwnBook")) {
     ownBook = SameWord(value, "true");
+  } else if (SameWord(option, "TablebasePath")) {
+    SetTablebasePath(value);
   } else if (SameWord(option, "Ponder")) {
     // Only tells that the GUI may send go ponder; the engine needs nothing else for it.
   } else {

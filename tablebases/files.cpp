@@ -181,6 +181,8 @@ void SetTablebaseCache(void* buffer, size_t size) {
   ClearTablebaseCache();
 }
 
+bool TablebaseCacheReady() { return cacheSets > 0; }
+
 void ClearTablebaseCache() {
   for (CacheSlot& s : cacheSlots) s = CacheSlot{-1, 0, 0};
 }

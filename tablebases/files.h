@@ -42,6 +42,8 @@ void FreeDecodeBlock();
 // Hands the cache its memory (null or a size below one block: no cache, so every read fails) and
 // forgets whatever it held. The caller owns the buffer and keeps it for as long as tables are read.
 void SetTablebaseCache(void* buffer, size_t size);
+// Whether the cache has memory to read blocks into.
+bool TablebaseCacheReady();
 // Forgets every cached block; the registry calls it when the files change.
 void ClearTablebaseCache();
 

@@ -82,6 +82,8 @@ bool Register(const std::string& directory, int table, int side) {
 
 }  // namespace
 
+void ClearTablebases() { ResetRegistry(); }
+
 int InitTablebases(const char* directories) {
   ResetRegistry();
   BuildSignatureTree();

@@ -15,3 +15,6 @@ extern uint8_t tablebaseVerbose;
 // or 0 when none was. Ends the process when a compressed table registered and its decode block
 // cannot be allocated. The cache (SetTablebaseCache) is the caller's to set up.
 int InitTablebases(const char* directories);
+// Undoes every registration and registers nothing; InitTablebases("") would take the working
+// directory instead.
+void ClearTablebases();

@@ -1,5 +1,6 @@
 // UCI sessions with the built engine over pipes, and the move-time plan behind them.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -11,6 +12,7 @@
 #include "board/movegen.h"
 #include "board/notation.h"
 #include "shell/ucitime.h"
+#include "tablebases/catalogue.h"
 #include "tests/engine_process.h"
 
 namespace {
@@ -61,6 +63,11 @@ class Uci : public testing::Test {
 };
 
 TEST_F(Uci, SessionWritesNoXboardTraces) {
+  // A table file of the right size in the engine's directory is all registration looks at.
+  const std::string kpk = engine.scratchDir + "/" + tableCatalogue[1].name + ".nbw";
+  ASSERT_TRUE(fclose(fopen(kpk.c_str(), "w")) == 0 && truncate(kpk.c_str(), tableCatalogue[1].count[0]) == 0);
+  Send("setoption name TablebasePath value .");
+  Send("setoption name TablebasePath value <empty>");
   Send("setoption name Hash value 64");
   Send("position startpos moves e2e4");
   BestMove("go depth 4");
@@ -72,7 +79,9 @@ TEST_F(Uci, SessionWritesNoXboardTraces) {
     if (l == "id name Ostrel 1.069 QX") started = true;
     if (started) session.push_back(l);
   }
-  EXPECT_TRUE(Wrote(session, "info string InitHT [22]"));
+  for (const char* line : {"info string InitHT [22]", "option name TablebasePath type string default ",
+                           "info string tablebases of up to 3 men", "info string no tablebases"})
+    EXPECT_TRUE(Wrote(session, line)) << line;
   EXPECT_TRUE(Wrote(session, "info depth 3 seldepth "));
   for (const char* trace : {"AddTo Queue", "Process Queue", "epd diagram", "The board", "+---"})
     EXPECT_FALSE(Wrote(session, trace)) << trace;
