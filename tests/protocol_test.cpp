@@ -136,15 +136,17 @@ TEST(ProtocolStartUp, EchoesArgumentsAndReportsOptionsBeforeTheBanner) {
 }
 
 TEST(ProtocolStartUp, InvalidHashSizeIsTheOneFatalError) {
-  EngineProcess engine;
-  ASSERT_TRUE(StartEngine(engine, {"-hashsize", "16"}));
-  ASSERT_TRUE(WaitForExit(engine, ReplyMs)) << Tail(engine);
-  EXPECT_TRUE(WIFEXITED(engine.waitStatus) && WEXITSTATUS(engine.waitStatus) == 255) << engine.waitStatus;
-  engine.consumed = 0;
-  EXPECT_TRUE(WaitForExact(engine, "Error in file hash.cpp in line 28", 0)) << Tail(engine);
-  EXPECT_TRUE(WaitForExact(engine, "Invalid hash table size", 0)) << Tail(engine);
-  engine.consumed = 0;
-  EXPECT_FALSE(WaitForExact(engine, "Ostrel", 0)) << "play started after a fatal error";
+  for (const char* bits : {"16", "26"}) {
+    EngineProcess engine;
+    ASSERT_TRUE(StartEngine(engine, {"-hashsize", bits}));
+    ASSERT_TRUE(WaitForExit(engine, ReplyMs)) << Tail(engine);
+    EXPECT_TRUE(WIFEXITED(engine.waitStatus) && WEXITSTATUS(engine.waitStatus) == 255) << engine.waitStatus;
+    engine.consumed = 0;
+    EXPECT_TRUE(WaitForExact(engine, "Error in file hash.cpp in line 28", 0)) << Tail(engine);
+    EXPECT_TRUE(WaitForExact(engine, "Invalid hash table size", 0)) << Tail(engine);
+    engine.consumed = 0;
+    EXPECT_FALSE(WaitForExact(engine, "Ostrel", 0)) << "play started after a fatal error";
+  }
 }
 
 TEST_F(Protocol, FeaturesAreTheFifteenAnnouncedLines) {
@@ -179,8 +181,7 @@ TEST_F(Protocol, FixedRepliesToSettings) {
   Send("st 2");
   Expect("search time mode st = 2");
   Send("hash 64");
-  for (const char* line : {"pawn hash = 7864320", "x1 = [59244544]", "x2 = [3702784]", "x3 = [1851392]", "InitHT [21]"})
-    Expect(line);
+  Expect("InitHT [21]");
 }
 
 TEST_F(Protocol, CommandsWithoutHandlerAreIgnoredSilently) {
