@@ -5,7 +5,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -309,42 +308,6 @@ TEST_F(PipedInput, AboutAndInfoShowThreePagesThenTheBanner) {
   CloseInput();
   const std::string out = Poll();
   EXPECT_EQ(std::string(banner), out.substr(out.size() - strlen(banner)));
-}
-
-// quit and exit end the process from wherever the poll was called, with nothing written after.
-TEST(ProcessEnd, QuitAndExitEndAtOnceWithStatusZero) {
-  for (const char* command : {"quit", "exit"}) {
-    const int savedStdin = SaveStdin();
-    int input[2], output[2];
-    ASSERT_EQ(0, pipe(input));
-    ReplaceStdin(input[0]);
-    const std::string text = std::string(command) + "\nversion\nmore\n";
-    ASSERT_EQ(ssize_t(text.size()), write(input[1], text.data(), text.size()));
-    close(input[1]);
-    ASSERT_EQ(0, pipe(output));
-    fflush(stdout);
-    const pid_t child = fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-      dup2(output[1], STDOUT_FILENO);
-      SetUpConsole();
-      engineFlags.searching = 1;
-      PollInput();
-      _exit(3);
-    }
-    close(output[1]);
-    RestoreStdin(savedStdin);
-    std::string written;
-    char chunk[256];
-    ssize_t n;
-    while ((n = read(output[0], chunk, sizeof chunk)) > 0) written.append(chunk, size_t(n));
-    close(output[0]);
-    int status = 0;
-    ASSERT_EQ(child, waitpid(child, &status, 0));
-    ASSERT_TRUE(WIFEXITED(status)) << command;
-    EXPECT_EQ(0, WEXITSTATUS(status)) << command;
-    EXPECT_EQ(std::string(banner) + "AddTo Queue [" + command + "]\n", written);
-  }
 }
 
 // A keyboard: keys one per poll, not echoed, and the terminal given back its mode afterwards.

@@ -365,23 +365,6 @@ TEST_F(Protocol, MoveNowEndsALongThink) {
   EXPECT_LT(SecondsSince(start), 2.0);
 }
 
-TEST_F(Protocol, ForceDuringASearchStopsItButIsDropped) {
-  Send("new");
-  Send("st 60");
-  Send("white");
-  Send("go");
-  ASSERT_TRUE(WaitForPrefix(engine, "epd diagram : ", ReplyMs));
-  Send("force");
-  const std::string first = NextMove(5000);
-  ASSERT_TRUE(IsLegalAfter({}, first)) << "move " << first;
-  // Not in force mode: the opponent's move gets an answer (cut short again, st is a minute).
-  Send("e7e5");
-  ASSERT_TRUE(WaitForPrefix(engine, "epd diagram : ", ReplyMs));
-  Send("?");
-  const std::string second = NextMove(5000);
-  EXPECT_TRUE(IsLegalAfter({first, "e7e5"}, second)) << "move " << second;
-}
-
 TEST_F(Protocol, PonderingEndsWhenTheOpponentMoves) {
   Send("new");
   Send("hard");

@@ -28,10 +28,10 @@
 namespace {
 
 #ifdef OSTREL_SANITIZE
-constexpr int GameCount = 10;
+constexpr int GameCount = 4;
 constexpr int MoveTimeoutMs = 120000;
 #else
-constexpr int GameCount = 20;
+constexpr int GameCount = 8;
 constexpr int MoveTimeoutMs = 30000;
 #endif
 constexpr int GamesAtOnce = 4;
