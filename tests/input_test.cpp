@@ -254,39 +254,13 @@ TEST_F(PipedInput, DotPrintsTheStatusLineOnlyWhileThinking) {
 TEST_F(PipedInput, HelpPagesWaitForEnterTwiceThenShowTheBanner) {
   // The pauses read from the same pipe; the line after them must still be read in this poll.
   Send("help\nskipped\n\nafter\n");
-  const std::string expected = std::string("AddTo Queue [help]\n") +
-                               "\nCommand line options :\n\n\n"
-                               "Analysing :\n\n"
-                               "-analyse <epd filename>\n"
-                               "-outfile <filename to write results to>\n"
-                               "-maxtime <max time for a position to be analysed in seconds (float)>\n"
-                               "-maxply <max ply to analyse a position>\n"
-                               "-tag <engine configuration description when analysing EPDs>\n"
-                               "-epdmode : epd output\n\n\n"
-                               "Playing:\n\n"
-                               "-xboard\n\n\n"
-                               "press enter to continue\n"
-                               "General options:\n\n"
-                               "-hashsize <x : integer between 5 and 25> hash size will have 2^x entries\n"
-                               "-tbdir xxx : path to the tablebases files : default tbs/\n\n\n"
-                               "press enter to continue\n"
-                               "Building an opening book :\n\n"
-                               "it's done in two steps :\n"
-                               "pgn -> temp file -> opening book\n\n"
-                               "example :\n\n"
-                               "ostrel.exe -pgnsource book.pgn -tempfile temp.dat -max_book_moves 15\n"
-                               "then\n"
-                               "ostrel.exe -tempfile temp.dat -buildbook\n"
-                               "after which you may delete temp.dat\n\n"
-                               "Be warned, it's a slow process and takes\n"
-                               "lots of memory if you want a big book.\n\n"
-                               "-pgnsouce <name of the file to build the book from>\n"
-                               "-tempfile <name of the temporary file default temp.dat>\n"
-                               "-max_book_moves <number of moves to include from each match\n"
-                               " into the book, default 10>\n"
-                               "-buildbook <name of the temp file>\n\n" +
-                               banner + "AddTo Queue [after]\n";
-  EXPECT_EQ(expected, Poll());
+  // The text itself is in the conformance table.
+  const std::string out = Poll();
+  EXPECT_EQ(0u, out.find("AddTo Queue [help]\n\nCommand line options :\n"));
+  const size_t second = out.find("press enter to continue\n", out.find("press enter to continue\n") + 1);
+  ASSERT_NE(std::string::npos, second) << out;
+  EXPECT_EQ(std::string::npos, out.find("press enter", second + 1));
+  EXPECT_EQ(std::string(banner) + "AddTo Queue [after]\n", out.substr(out.size() - strlen(banner) - 20));
   EXPECT_EQ((std::vector<std::string>{"after"}), DrainQueue());
 }
 

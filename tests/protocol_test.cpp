@@ -122,19 +122,6 @@ class Protocol : public testing::Test {
   }
 };
 
-TEST(ProtocolStartUp, EchoesArgumentsAndReportsOptionsBeforeTheBanner) {
-  EngineProcess engine;
-  ASSERT_TRUE(StartEngine(engine, {"word", "-bar", "-hashsize", "19"}));
-  const std::vector<std::string> expected = {EnginePath(), "word", "-bar", "-hashsize", "19",
-                                             "Unknown parameter : -bar", "hashsize : 19", "InitHT [19]",
-                                             "Initialized tablebases : 0", "Ostrel", "Version 1.069 QX"};
-  for (const std::string& line : expected)
-    ASSERT_TRUE(WaitForExact(engine, line, ReplyMs)) << "missing or out of order: " << line << "\n" << Tail(engine);
-  ASSERT_TRUE(Send(engine, "quit"));
-  ASSERT_TRUE(WaitForExit(engine, ReplyMs));
-  EXPECT_TRUE(WIFEXITED(engine.waitStatus) && WEXITSTATUS(engine.waitStatus) == 0);
-}
-
 TEST(ProtocolStartUp, InvalidHashSizeIsTheOneFatalError) {
   for (const char* bits : {"16", "26"}) {
     EngineProcess engine;
@@ -147,41 +134,6 @@ TEST(ProtocolStartUp, InvalidHashSizeIsTheOneFatalError) {
     engine.consumed = 0;
     EXPECT_FALSE(WaitForExact(engine, "Ostrel", 0)) << "play started after a fatal error";
   }
-}
-
-TEST_F(Protocol, FeaturesAreTheFifteenAnnouncedLines) {
-  // SetUp has consumed the first announcement; ask again and compare it whole.
-  std::vector<std::string> lines;
-  Send("protover 2");
-  ASSERT_TRUE(WaitForExact(engine, "feature done=1", ReplyMs, &lines));
-  std::vector<std::string> features;
-  for (const std::string& l : lines)
-    if (StartsWith(l, "feature ")) features.push_back(l);
-  features.push_back("feature done=1");
-  const std::vector<std::string> expected = {
-      "feature colors=1",     "feature myname=\"Ostrel 1.069 QX by Brannock\"",
-      "feature time=1",       "feature pause=0",
-      "feature variants=\"normal,nocastle\"",
-      "feature sigint=0",     "feature sigterm=0",
-      "feature name=1",       "feature playother=1",
-      "feature setboard=1",   "feature draw=1",
-      "feature reuse=0",      "feature time=1",
-      "feature san=0",        "feature done=1"};
-  EXPECT_EQ(expected, features);
-}
-
-TEST_F(Protocol, FixedRepliesToSettings) {
-  // Both announced variants are refused all the same: GUIs only send one for a non-standard game.
-  Send("variant nocastle");
-  Expect("Error: unsupported variant.");
-  Send("variant normal");
-  Expect("Error: unsupported variant.");
-  Send("sd 3");
-  Expect("search depth mode sd = 3");
-  Send("st 2");
-  Expect("search time mode st = 2");
-  Send("hash 64");
-  Expect("InitHT [21]");
 }
 
 TEST_F(Protocol, CommandsWithoutHandlerAreIgnoredSilently) {
@@ -211,16 +163,6 @@ TEST_F(Protocol, GoPlaysOnlyForTheColourLastNamed) {
   Send("e7e5");
   const std::string second = NextMove();
   EXPECT_TRUE(IsLegalAfter({reply, "e7e5"}, second)) << "move " << second;
-}
-
-TEST_F(Protocol, UnknownMoveIsReportedAndNothingIsPlayed) {
-  Send("new");
-  Send("force");
-  Send("e2e5");
-  Expect("Make move : cannot find move 12 36 0");
-  Send("e1g1");  // castling through its own pieces
-  Expect("Make move : cannot find move 4 6 0");
-  EXPECT_EQ(initialPlacement, PrintedBoard());
 }
 
 TEST_F(Protocol, PromotionNeedsItsLetter) {
