@@ -97,7 +97,8 @@ if ! run_suite; then echo "the unmutated suite fails"; exit 1; fi
 
 selected=" $* "
 number=0 killed=0 survived=0 broken=0
-while IFS= read -r entry; do
+# The list comes in on descriptor 3: the suite must not read it from standard input.
+while IFS= read -r entry <&3; do
   number=$((number + 1))
   [ $# -gt 0 ] && [[ "$selected" != *" $number "* ]] && continue
   file=${entry%% @@ *}
@@ -126,7 +127,7 @@ while IFS= read -r entry; do
   fi
   restore
   echo "#$number $verdict $((SECONDS - start))s $file: $original"
-done <<<"$mutants"
+done 3<<<"$mutants"
 # Rebuild the restored sources so that the build directory matches them again.
 nice cmake --build "$dir" -j "$jobs" >/dev/null 2>&1
 echo "mutants killed: $killed of $((killed + survived)) (survived $survived, broken $broken)"
