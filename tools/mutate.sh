@@ -64,8 +64,9 @@ LIST
 
 backup=$(mktemp -d)
 current=""
+# A fresh time stamp on the restored file, or make would keep the mutant's object file.
 restore() {
-  [ -n "$current" ] && cp -p "$backup/file" "$root/$current"
+  [ -n "$current" ] && cp "$backup/file" "$root/$current"
   current=""
 }
 trap 'restore; rm -rf "$backup"' EXIT
