@@ -91,5 +91,7 @@ TEST(Conformance, ExactTexts) {
     for (std::string line; std::getline(expected, line);)
       ASSERT_TRUE(WaitForExact(engine, line, ReplyMs)) << what << ": missing or out of order: \"" << line << "\"\n"
                                                        << Tail(engine);
+    ASSERT_TRUE(Send(engine, "quit")) << what;
+    EXPECT_TRUE(WaitForExit(engine, ReplyMs)) << what;
   }
 }
