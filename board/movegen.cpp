@@ -139,21 +139,6 @@ Move* GenerateLegal(Move* list, int side) {
   return list;
 }
 
-void PickBest(Move* moves, Move* end, int* scores) {
-  int best = scores[0];
-  for (Move* m = moves + 1; m < end; m++) {
-    const int i = int(m - moves);
-    if (scores[i] > best) {
-      best = scores[i];
-      const Move move = moves[0];
-      moves[0] = *m;
-      *m = move;
-      scores[i] = scores[0];
-      scores[0] = best;
-    }
-  }
-}
-
 void SortByScore(Move* moves, int* scores, int count) {
   for (bool swapped = true; swapped;) {
     swapped = false;

@@ -24,9 +24,6 @@ Move* GenerateEvasions(Move* list, int side);
 // True when `m` is one of the moves the two generators would produce for `side` now.
 bool IsValidMove(Move m, int side);
 
-// Swaps a highest-scored move (the earliest of equals) to the front of the list.
-void PickBest(Move* moves, Move* end, int* scores);
-
 // Sorts moves and their scores together, highest first, by adjacent exchanges until a pass
 // makes none: equal scores keep their order (the generator's, which ties are meant to follow).
 void SortByScore(Move* moves, int* scores, int count);

@@ -35,14 +35,6 @@ uint64_t Le(const std::string& s, size_t at, int bytes) {
   return v;
 }
 
-std::string Read(const char* path) {
-  std::stringstream s;
-  s << std::ifstream(path, std::ios::binary).rdbuf();
-  return s.str();
-}
-
-void Write(const char* path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
-
 void WriteTemp(const std::vector<Temp>& records) {
   std::string bytes;
   for (const Temp& t : records) {
@@ -51,7 +43,7 @@ void WriteTemp(const std::vector<Temp>& records) {
     r[8] = char(t.second);
     bytes += r;
   }
-  Write("temp.dat", bytes);
+  WriteFile("temp.dat", bytes);
 }
 
 // The records the games should leave, by replaying them here.
@@ -75,7 +67,7 @@ std::vector<Temp> Replay(const std::vector<Game>& games) {
 }
 
 std::vector<Temp> ReadTemp() {
-  const std::string s = Read("temp.dat");
+  const std::string s = ReadFile("temp.dat");
   std::vector<Temp> records;
   EXPECT_EQ(s.size() % 16, 0u);
   for (size_t at = 0; at + 16 <= s.size(); at += 16) {
@@ -115,7 +107,7 @@ class BookBuilder : public testing::Test {
     std::vector<int> clusterSize(BookClusters, 0);
     for (const auto& e : expected) clusterSize[e.first >> 48]++;
 
-    const std::string book = Read("book.bin"), index = Read("index.dat");
+    const std::string book = ReadFile("book.bin"), index = ReadFile("index.dat");
     ASSERT_EQ(index.size(), size_t(BookClusters) * 8);
     ASSERT_EQ(book.size(), expected.size() * 18);
     auto e = expected.begin();
@@ -135,7 +127,7 @@ class BookBuilder : public testing::Test {
     }
     stats << expected.size() << " unique positions\n"
           << *std::max_element(clusterSize.begin(), clusterSize.end()) << " max cluster size\n\n\n";
-    EXPECT_EQ(Read("stats.txt"), stats.str());
+    EXPECT_EQ(ReadFile("stats.txt"), stats.str());
   }
 
   ScratchDirectory scratch;
@@ -170,7 +162,7 @@ const std::vector<Game> games = {{{"Nf3", "Nf6", "g3"}, 1},
                                  {{"e4", "e5", "Nf3"}, 1}};
 
 TEST_F(BookBuilder, GamesToTempToBook) {
-  Write("games.pgn", pgn);
+  WriteFile("games.pgn", pgn);
   const std::string out = ToTemp("games.pgn", 12);
   EXPECT_EQ(ReadTemp(), Replay(games));
   // Every line echoed, in order; one report, for the one move that does not convert.
@@ -189,7 +181,7 @@ TEST_F(BookBuilder, GamesToTempToBook) {
   for (Game& g : firstMoves) g.moves.resize(2);
   EXPECT_EQ(ReadTemp(), Replay(firstMoves));
   ToTemp("games.pgn", 0);
-  EXPECT_EQ(Read("temp.dat"), "");
+  EXPECT_EQ(ReadFile("temp.dat"), "");
 }
 
 // Text past the game buffer is dropped without harm, a runaway quote is shown, and a game
@@ -201,12 +193,12 @@ TEST_F(BookBuilder, LongTextAndGameCount) {
   for (int i = 0; i < 33; i++) text += std::string(500, 'y') + "\n";
   text += "\"]\n1. d4 d5 0-1\n";
   for (int i = 0; i < 47; i++) text += "[Event \"x\"]\n1. c4 *\n";
-  Write("games.pgn", text);
+  WriteFile("games.pgn", text);
   std::string out = ToTemp("games.pgn", 12);
   EXPECT_NE(out.find("buf = {\n["), std::string::npos);
   EXPECT_EQ(out.find("so far"), std::string::npos);
   EXPECT_EQ(ReadTemp(), Replay({{{"e4", "e5"}, 1}, {{"d4", "d5"}, -1}}));
-  Write("games.pgn", text + "[Event \"x\"]\n1. c4 *\n");
+  WriteFile("games.pgn", text + "[Event \"x\"]\n1. c4 *\n");
   EXPECT_NE(ToTemp("games.pgn", 12).find("\n50 so far\n"), std::string::npos);
 }
 
@@ -220,7 +212,7 @@ TEST_F(BookBuilder, CountsSaturateAndSort) {
   WriteTemp(records);
   EXPECT_NE(ToBook().find("\n70010 positions so far ( max count = 9)\n10 unique positions\n"), std::string::npos);
   CheckBook(records);
-  EXPECT_EQ(Le(Read("book.bin"), 18 + 8, 2), 65535u);
+  EXPECT_EQ(Le(ReadFile("book.bin"), 18 + 8, 2), 65535u);
 }
 
 TEST_F(BookBuilder, ChunkEdgeAndFileFailures) {
@@ -230,11 +222,11 @@ TEST_F(BookBuilder, ChunkEdgeAndFileFailures) {
   EXPECT_EQ(ToBook(), "5000 positions so far ( max count = 7)\n5000 positions so far ( max count = 7)\n7 unique positions\n");
 
   EXPECT_EQ(ToTemp("absent.pgn", 12), "");
-  EXPECT_EQ(Read("temp.dat"), "");
+  EXPECT_EQ(ReadFile("temp.dat"), "");
   EXPECT_EQ(ToBook("book.bin", "no/dir/index.dat"),
             "0 positions so far ( max count = 0)\n0 unique positions\nCannot open index for opening book no/dir/index.dat\n");
   EXPECT_NE(ToBook("no/dir/book.bin").find("Cannot open opening book no/dir/book.bin for writing\n"), std::string::npos);
-  const std::string stats = Read("stats.txt");  // closed without its two final line ends
+  const std::string stats = ReadFile("stats.txt");  // closed without its two final line ends
   EXPECT_EQ(stats.substr(stats.size() - 19), "0 max cluster size\n");
   std::remove("temp.dat");
   EXPECT_EQ(ToBook(), "Cannot open temp file temp.dat\n");

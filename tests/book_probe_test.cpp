@@ -19,6 +19,7 @@
 #include "book/book.h"
 #include "search/control.h"
 #include "tests/position_check.h"
+#include "tests/scratch_dir.h"
 
 namespace {
 
@@ -29,13 +30,13 @@ struct Rec {
 
 // The two files as bytes, so tests can damage them before they are written.
 struct BookImage {
-  std::vector<unsigned char> book;
+  std::string book;
   std::vector<uint32_t> start = std::vector<uint32_t>(BookClusters);
   std::vector<int32_t> size = std::vector<int32_t>(BookClusters);
 };
 
-void Put(std::vector<unsigned char>& out, uint64_t value, int bytes) {
-  for (int i = 0; i < bytes; i++) out.push_back((unsigned char)(value >> (8 * i)));
+void Put(std::string& out, uint64_t value, int bytes) {
+  for (int i = 0; i < bytes; i++) out += char(value >> (8 * i));
 }
 
 BookImage Image(std::vector<Rec> records) {
@@ -57,19 +58,10 @@ BookImage Image(std::vector<Rec> records) {
   return image;
 }
 
-void WriteFile(const std::string& name, const std::vector<unsigned char>& bytes) {
-  FILE* f = fopen(name.c_str(), "wb");
-  ASSERT_NE(f, nullptr);
-  ASSERT_EQ(fwrite(bytes.data(), 1, bytes.size(), f), bytes.size());
-  fclose(f);
-}
-
 class BookProbe : public testing::Test {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/ostrel-book-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir = pattern;
+    ASSERT_TRUE(scratch.Enter());
     saved = engineFlags;
     engineFlags = EngineFlags{};
     engineFlags.edit = 1;  // keep the master book out: these tests are about the statistics
@@ -79,7 +71,7 @@ class BookProbe : public testing::Test {
     if (openingBook.bookFile) fclose(openingBook.bookFile);
     openingBook.bookFile = nullptr;
     engineFlags = saved;
-    ASSERT_EQ(system(("rm -rf " + dir).c_str()), 0);
+    ASSERT_TRUE(scratch.Leave());
   }
 
   void SetFen(const char* fen) {
@@ -106,16 +98,16 @@ class BookProbe : public testing::Test {
 
   // Writes the image (index.dat cut or padded to `indexBytes`) and opens it; returns the output.
   std::string Open(const BookImage& image, size_t indexBytes = 8 * BookClusters) {
-    std::vector<unsigned char> index;
+    std::string index;
     for (int c = 0; c < BookClusters; c++) Put(index, image.start[c], 4), Put(index, uint32_t(image.size[c]), 4);
     index.resize(indexBytes);
-    WriteFile(dir + "/index.dat", index);
-    WriteFile(dir + "/book.bin", image.book);
+    WriteFile("index.dat", index);
+    WriteFile("book.bin", image.book);
     return OpenQuietly();
   }
   std::string OpenQuietly() {
     testing::internal::CaptureStdout();
-    OpenBook((dir + "/book.bin").c_str(), (dir + "/index.dat").c_str());
+    OpenBook("book.bin", "index.dat");
     return testing::internal::GetCapturedStdout();
   }
   Move Probe(std::string& output) {
@@ -132,7 +124,7 @@ class BookProbe : public testing::Test {
     return chosen;
   }
 
-  std::string dir;
+  ScratchDirectory scratch;
   EngineFlags saved;
   int side = White;
 };
@@ -271,7 +263,7 @@ TEST_F(BookProbe, MissingOrDamagedFiles) {
   EXPECT_EQ(Open(image, 8 * BookClusters + 100), "");
   EXPECT_EQ(Probe(output), Legal("e2e4"));
 
-  ASSERT_EQ(remove((dir + "/book.bin").c_str()), 0);
+  ASSERT_EQ(remove("book.bin"), 0);
   EXPECT_EQ(OpenQuietly(), "Cannot open index book \n");
   EXPECT_EQ(openingBook.bookFile, nullptr);
   EXPECT_EQ(Probe(output), 0u);

@@ -17,15 +17,6 @@
 
 namespace {
 
-std::string Read(const std::string& path) {
-  std::ifstream in(path);
-  std::stringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
-
-void Write(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
-
 // Each test runs in a directory of its own, where "notfound.epd" lands.
 class EpdAnalysis : public testing::Test {
  protected:
@@ -63,7 +54,7 @@ const char* const suite =
 }  // namespace
 
 TEST_F(EpdAnalysis, CountsFilesAndReport) {
-  Write("suite.epd", suite);
+  WriteFile("suite.epd", suite);
   const std::string out = Run("suite.epd", "results.txt");
   EXPECT_NE(out.find("Best move converted Qxf7#\nTest move : [Qxf7#]\n"), std::string::npos);
   EXPECT_NE(out.find("move Zz9 is not valid\n"), std::string::npos);
@@ -71,9 +62,9 @@ TEST_F(EpdAnalysis, CountsFilesAndReport) {
 
   // Missed: the unreadable bm (expected move 0, but the search found one) is not a miss, so
   // nothing is listed; the position without bm counts as not found either.
-  EXPECT_EQ(Read("notfound.epd"), "");
+  EXPECT_EQ(ReadFile("notfound.epd"), "");
 
-  const std::string results = Read("results.txt");
+  const std::string results = ReadFile("results.txt");
   EXPECT_EQ(results.rfind("Description : test engine\n\nAnalysing position : r1bqkb1r", 0), 0u) << results;
   EXPECT_NE(results.find("Best move found !\npawn hashtable full : "), std::string::npos);
   EXPECT_NE(results.find("\n\nRESULTS :\n\nnodes  = "), std::string::npos);
@@ -89,16 +80,16 @@ TEST_F(EpdAnalysis, MissedPositionsAreCopiedAsRead) {
   // The mate is found; the listed "best move" of the second position is a poor one the engine
   // does not play.
   const std::string missedLine = "r3k3/8/8/8/8/8/5N2/4K3 w - - bm Nd3; id \"not a best move\";\n";
-  Write("suite.epd", "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - bm Rd8#;\n" + missedLine);
+  WriteFile("suite.epd", "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - bm Rd8#;\n" + missedLine);
   Run("suite.epd", nullptr, 3);
-  EXPECT_EQ(Read("notfound.epd"), missedLine);
+  EXPECT_EQ(ReadFile("notfound.epd"), missedLine);
 }
 
 TEST_F(EpdAnalysis, EpdModeWritesOnlyTheOperations) {
   settings.epdOutput = true;
-  Write("suite.epd", suite);
+  WriteFile("suite.epd", suite);
   Run("suite.epd", "results.epd");
-  std::istringstream lines(Read("results.epd"));
+  std::istringstream lines(ReadFile("results.epd"));
   std::string line;
   int count = 0;
   while (std::getline(lines, line)) {
@@ -110,7 +101,7 @@ TEST_F(EpdAnalysis, EpdModeWritesOnlyTheOperations) {
     EXPECT_NE(line.find("; pv "), std::string::npos) << line;
   }
   EXPECT_EQ(count, 4);
-  EXPECT_EQ(Read("results.epd").rfind("r1bqkb1r/pppp1ppp/2n2n2/4p2Q/2B1P3/8/PPPP1PPP/RNB1K1NR w KQkq -  acd ", 0), 0u);
+  EXPECT_EQ(ReadFile("results.epd").rfind("r1bqkb1r/pppp1ppp/2n2n2/4p2Q/2B1P3/8/PPPP1PPP/RNB1K1NR w KQkq -  acd ", 0), 0u);
 }
 
 TEST_F(EpdAnalysis, MissingSuiteUnwritableResultAndBrokenPositions) {
@@ -118,7 +109,7 @@ TEST_F(EpdAnalysis, MissingSuiteUnwritableResultAndBrokenPositions) {
   EXPECT_EQ(access("notfound.epd", F_OK), -1);
   EXPECT_EQ(access("results.txt", F_OK), -1);
 
-  Write("broken.epd",
+  WriteFile("broken.epd",
         std::string(5000, '7') + "\n" +  // longer than a line can be: read in pieces
         "this is no position at all, bm e4;\n"
         "8/8/8/8/8/8/8/8 w - - bm e4;\n"

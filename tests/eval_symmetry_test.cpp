@@ -12,37 +12,9 @@
 #include "board/movegen.h"
 #include "board/position.h"
 #include "search/eval.h"
+#include "tests/position_check.h"
 
 namespace {
-
-// Ranks mirrored, colours swapped, side to move and castling rights swapped.
-std::string MirrorFen() {
-  std::string fen;
-  for (int rank = 0; rank < 8; rank++) {
-    int empty = 0;
-    for (int file = 0; file < 8; file++) {
-      const int v = -pos.board[rank * 8 + file];
-      if (!v) {
-        empty++;
-        continue;
-      }
-      if (empty) fen += char('0' + empty), empty = 0;
-      const char letter = " PNBRQK"[v > 0 ? v : -v];
-      fen += v > 0 ? letter : char(letter + 32);
-    }
-    if (empty) fen += char('0' + empty);
-    if (rank < 7) fen += '/';
-  }
-  fen += pos.sideToMove == White ? " b " : " w ";
-  std::string castling;
-  if (pos.castleFlags & BlackKingSide) castling += 'K';
-  if (pos.castleFlags & BlackQueenSide) castling += 'Q';
-  if (pos.castleFlags & WhiteKingSide) castling += 'k';
-  if (pos.castleFlags & WhiteQueenSide) castling += 'q';
-  fen += castling.empty() ? "-" : castling;
-  fen += " -";
-  return fen;
-}
 
 // The king-safety gate reads an attacker's occupancy as a number, so only men all standing on
 // a1 and b1 are let off; the mirror of that is not. Such positions are the one designed
@@ -59,7 +31,7 @@ void CheckSymmetry(const std::string& fen, Checked& checked) {
   SetPosition(fen.c_str());
   const bool skip = GateAsymmetric() || !pos.pieces[White][KingSlot] || !pos.pieces[Black][KingSlot];
   const int score = Evaluate(pos.sideToMove);
-  const std::string mirror = MirrorFen();
+  const std::string mirror = ostrel_test::MirroredFen();
   SetPosition(mirror.c_str());
   const bool skipMirror = GateAsymmetric();
   const int mirrored = Evaluate(pos.sideToMove);

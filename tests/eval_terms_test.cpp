@@ -59,6 +59,12 @@ TEST_F(EvalTerms, CastlingLoss) {
   // From the thirtieth half-move on nothing is owed.
   SecondStage("r3k2r/8/8/8/8/8/8/R3K2R w KQkq -", 30);
   EXPECT_EQ(castlingLossPenalty[White], 0);
+  // Each side pays only for rights of its own.
+  SecondStage("r3k2r/8/8/8/8/8/8/R3K2R w Qk -", 29);
+  EXPECT_EQ(castlingLossPenalty[White], -300);
+  EXPECT_EQ(castlingLossPenalty[Black], -300);
+  SecondStage("r3k2r/8/8/8/8/8/8/R3K2R w Q -", 29);
+  EXPECT_EQ(castlingLossPenalty[Black], 0);
 }
 
 TEST_F(EvalTerms, Development) {
@@ -80,12 +86,22 @@ TEST_F(EvalTerms, PassedPawnsAndThePawnEnding) {
   EXPECT_EQ(SecondStage("8/3P4/8/8/8/8/n7/k3K3 w - -"), 300 + 2000);
 }
 
-TEST_F(EvalTerms, FullEvaluationIsTheSumOfTheStages) {
-  gameRecord.moveCount = 10;
-  testing::internal::CaptureStdout();
-  SetPosition("r1bqk2r/pp2bppp/2n1pn2/2pp4/3P4/2PBPN2/PP1N1PPP/R1BQK2R w KQkq -");
-  testing::internal::GetCapturedStdout();
-  const PawnEntry& pawns = ProbePawnTable();
-  const int first = EvaluateFirstStage(pawns), second = EvaluateSecondStage(pawns, White);
-  EXPECT_EQ(Evaluate(White), first + second);
+TEST_F(EvalTerms, KingTableFollowsTheOpponentsPieces) {
+  // Piece material of the opponent, pawns not counted: 9000 or more keeps the middle game.
+  const struct { const char* fen; bool whiteEnding, blackEnding; } cases[] = {
+    {"3qk3/8/8/8/8/8/8/4K3 w - -", false, true},           // queen alone: 9000
+    {"2nnk1n1/8/8/8/8/8/8/4K3 w - -", false, true},        // three knights: 9000
+    {"3rkb2/8/8/8/8/8/8/4K3 w - -", true, true},           // rook and bishop: 8000
+    {"3rk1n1/pppppppp/8/8/8/8/8/4K3 w - -", true, true},   // pawns do not count
+    {"3rkb2/8/8/8/8/8/8/3QK3 w - -", true, false},
+    {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w - -", false, false},
+  };
+  for (const auto& c : cases) {
+    SecondStage(c.fen);
+    // e1 and d4 tell the tables apart: 0 and -80 in the middle game, 300 and 600 in the ending.
+    EXPECT_EQ(c.whiteEnding ? 300 : 0, pieceSquareTables[White][King][E1]) << c.fen;
+    EXPECT_EQ(c.whiteEnding ? 600 : -80, pieceSquareTables[White][King][D4]) << c.fen;
+    EXPECT_EQ(c.blackEnding ? 300 : 0, pieceSquareTables[Black][King][E8]) << c.fen;
+    EXPECT_EQ(c.blackEnding ? 600 : -80, pieceSquareTables[Black][King][D5]) << c.fen;
+  }
 }

@@ -115,22 +115,6 @@ TEST(Evasions, EqualLegalMovesInEveryCheckOfTheTestPositions) {
   EXPECT_GT(tally.enPassantEvasions, 0);
 }
 
-TEST(Evasions, EqualLegalMovesInEveryCheckOfRandomPlay) {
-  const std::vector<std::string> starts = ReadEpdPositions("perft/perftsuite.epd");
-  ASSERT_FALSE(starts.empty());
-  EvasionTally tally;
-  TestRandom pick(3);
-  for (int game = 0; game < 20 * Scale; game++) {
-    RandomGame g(starts[pick.Below(uint32_t(starts.size()))].c_str(), 1000 + game);
-    for (int ply = 0; ply < 150; ply++) {
-      WalkChecks(g.Side(), 1, 1, tally);
-      if (HasFatalFailure() || !g.Play()) break;
-    }
-    if (HasFatalFailure()) return;
-  }
-  EXPECT_GT(tally.positions, 200);
-}
-
 TEST(Evasions, SpotPositions) {
   struct Case {
     const char* fen;

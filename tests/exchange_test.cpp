@@ -3,31 +3,13 @@
 // as given and with colours swapped, where the result must be the same.
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <string>
 
 #include "board/fen.h"
 #include "board/movegen.h"
+#include "tests/position_check.h"
 
 namespace {
-
-// The same position with the board turned upside down and the colours swapped.
-std::string Mirror(const std::string& fen) {
-  const size_t blank = fen.find(' ');
-  std::string placement = fen.substr(0, blank), rest = fen.substr(blank);
-  std::string ranks[8];
-  int r = 0;
-  for (char c : placement) {
-    if (c == '/') {
-      r++;
-      continue;
-    }
-    ranks[r] += std::isupper(static_cast<unsigned char>(c)) ? char(std::tolower(c)) : char(std::toupper(c));
-  }
-  std::string mirrored;
-  for (int i = 7; i >= 0; i--) mirrored += ranks[i] + (i ? "/" : "");
-  return mirrored + (rest.find(" w") == 0 ? " b" : " w") + rest.substr(2);
-}
 
 int Exchange(const std::string& fen, int from, int to, int side) {
   testing::internal::CaptureStdout();
@@ -44,15 +26,11 @@ struct Case {
 
 void Check(const Case& c) {
   EXPECT_EQ(c.gain, Exchange(c.fen, c.from, c.to, c.side)) << c.why << ": " << c.fen;
-  const std::string mirrored = Mirror(c.fen);
+  const std::string mirrored = ostrel_test::MirroredFen();
   EXPECT_EQ(c.gain, Exchange(mirrored, c.from ^ 56, c.to ^ 56, c.side ^ 1)) << c.why << " (mirrored): " << mirrored;
 }
 
 }  // namespace
-
-TEST(StaticExchange, MirrorHelper) {
-  EXPECT_EQ("4k3/8/8/8/8/8/8/R3K2R b - -", Mirror("r3k2r/8/8/8/8/8/8/4K3 w - -"));
-}
 
 TEST(StaticExchange, SimpleCaptures) {
   const Case cases[] = {

@@ -157,16 +157,4 @@ TEST(KeysAndTables, SixteenBitScans) {
   }
 }
 
-TEST(KeysAndTables, CastlingMovesHaveTheirFixedValues) {
-  ostrel_test::SetPositionQuietly("r3k2r/8/8/8/8/8/8/R3K2R w KQkq -");
-  Move moves[MaxMoves];
-  // King-side first; the values are what books and stored lines hold.
-  ASSERT_GE(GenerateQuiet(moves, White) - moves, 2);
-  EXPECT_EQ(moves[0], 24964u);
-  EXPECT_EQ(moves[1], 24708u);
-  ASSERT_GE(GenerateQuiet(moves, Black) - moves, 2);
-  EXPECT_EQ(moves[0], 28604u);
-  EXPECT_EQ(moves[1], 28348u);
-}
-
 }  // namespace

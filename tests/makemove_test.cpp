@@ -93,108 +93,60 @@ TEST(MakeUnmake, EveryPseudoLegalMoveKeepsThePositionSoundAndUnmakesToTheByte) {
   for (int type = Knight; type <= Queen; type++) EXPECT_GT(seen.promotions[type], 0) << "promotion to " << type;
 }
 
-TEST(MakeUnmake, DoubleStepSetsTheSquarePassedAndMatchesAFreshDecode) {
-  SetInitialPosition();
-  Make(EncodeMove(E2, E4, Pawn, 0, 0), White);
-  EXPECT_EQ(pos.epSquare, 20);  // e3
-  Position played = SnapshotPosition();
-  played.sideToMove = Black;  // MakeMove leaves the side to the game driver
-
-  SetQuietly("rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3");
-  EXPECT_EQ(played.hashKey, pos.hashKey);
-  EXPECT_EQ(played.pawnKey, pos.pawnKey);
-  EXPECT_EQ(DiffPositions(played, pos), "");
-
-  // Black's double step marks the square behind it, from + (-8).
-  SetQuietly("4k3/3p4/8/4P3/8/8/8/4K3 b - -");
-  Make(EncodeMove(D7, D5, Pawn, 0, 0), Black);
-  EXPECT_EQ(pos.epSquare, D6);
-  EXPECT_EQ(CheckPosition(White), "");
-  // And any other move clears it again.
-  Make(EncodeMove(E1, E2, King, 0, 0), White);
-  EXPECT_EQ(pos.epSquare, 0);
-}
-
-TEST(MakeUnmake, EnPassantRemovesThePawnBehindAndChangesBothPawnKeys) {
-  struct Case {
-    const char* fen;
-    int side, from, to, victim;
-  } cases[] = {{"4k3/8/8/3pP3/8/8/8/4K3 w - d6", White, E5, D6, D5},
-               {"4k3/8/8/8/3Pp3/8/8/4K3 b - d3", Black, E4, D3, D4}};
-  for (const Case& c : cases) {
-    SetQuietly(c.fen);
-    const Move m = EncodeMove(c.from, c.to, Pawn, Pawn, 0);
-    Move moves[MaxMoves];
-    const Move* end = GenerateCaptures(moves, c.side);
-    EXPECT_NE(std::find(static_cast<const Move*>(moves), end, m), end) << c.fen;
-
-    const Position before = SnapshotPosition();
-    Make(m, c.side);
-    EXPECT_EQ(epCapture[0], 1);
-    EXPECT_EQ(pos.board[c.victim], 0) << c.fen;
-    EXPECT_EQ(pos.board[c.to], c.side == White ? Pawn : -Pawn);
-    EXPECT_EQ(pos.pawnCount[c.side ^ 1], 0);
-    EXPECT_EQ(pos.material, before.material + (c.side == White ? 1000 : -1000));
-    EXPECT_EQ(pos.pawnKey, before.pawnKey ^ pawnKey[c.side][c.from] ^ pawnKey[c.side][c.to] ^ pawnKey[c.side ^ 1][c.victim]);
-    EXPECT_EQ(CheckPosition(c.side ^ 1), "") << c.fen;
-    UnmakeMove(m, 0, c.side);
-    EXPECT_EQ(DiffPositions(before, pos), "") << c.fen;
-  }
-}
-
-TEST(MakeUnmake, CastlingRightsFollowKingsAndRooks) {
+// Each move is audited after it is made (the checker recomputes keys, counts and occupancies)
+// and must unmake to the byte.
+TEST(MakeUnmake, SpotCases) {
   const char* const corners = "r3k2r/8/8/8/8/8/8/R3K2R w KQkq -";
   const char* const cornersBlack = "r3k2r/8/8/8/8/8/8/R3K2R b KQkq -";
+  const int none = -1;
   struct Case {
     const char* fen;
     int side;
     Move move;
     uint32_t flags;
+    int epSquare, emptied, filled, content;  // `filled` holds `content` afterwards
   } cases[] = {
+      // A double step marks the square passed; any other move clears it.
+      {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -", White, EncodeMove(E2, E4, Pawn, 0, 0), 15, E3, E2, E4, Pawn},
+      {"4k3/3p4/8/4P3/8/8/8/4K3 b - -", Black, EncodeMove(D7, D5, Pawn, 0, 0), 0, D6, D7, D5, -Pawn},
+      {"4k3/8/8/3pP3/8/8/8/4K3 w - d6", White, EncodeMove(E1, E2, King, 0, 0), 0, 0, E1, E2, King},
+      // En passant removes the pawn behind the square taken.
+      {"4k3/8/8/3pP3/8/8/8/4K3 w - d6", White, EncodeMove(E5, D6, Pawn, Pawn, 0), 0, 0, D5, D6, Pawn},
+      {"4k3/8/8/8/3Pp3/8/8/4K3 b - d3", Black, EncodeMove(E4, D3, Pawn, Pawn, 0), 0, 0, D4, D3, -Pawn},
       // A king step that is no castling drops both rights of its side and is no castling.
-      {corners, White, EncodeMove(E1, F1, King, 0, 0), 12},
-      {corners, White, EncodeMove(E1, D2, King, 0, 0), 12},
-      {cornersBlack, Black, EncodeMove(E8, E7, King, 0, 0), 3},
+      {corners, White, EncodeMove(E1, F1, King, 0, 0), 12, 0, E1, F1, King},
+      {corners, White, EncodeMove(E1, D2, King, 0, 0), 12, 0, none, A1, Rook},
+      {cornersBlack, Black, EncodeMove(E8, E7, King, 0, 0), 3, 0, none, H8, -Rook},
       // A rook leaving its corner drops its own right only.
-      {corners, White, EncodeMove(A1, B1, Rook, 0, 0), 14},
-      {corners, White, EncodeMove(H1, G1, Rook, 0, 0), 13},
-      {cornersBlack, Black, EncodeMove(A8, A5, Rook, 0, 0), 11},
-      {cornersBlack, Black, EncodeMove(H8, H7, Rook, 0, 0), 7},
+      {corners, White, EncodeMove(A1, B1, Rook, 0, 0), 14, 0, A1, B1, Rook},
+      {corners, White, EncodeMove(H1, G1, Rook, 0, 0), 13, 0, H1, G1, Rook},
+      {cornersBlack, Black, EncodeMove(A8, A5, Rook, 0, 0), 11, 0, A8, A5, -Rook},
+      {cornersBlack, Black, EncodeMove(H8, H7, Rook, 0, 0), 7, 0, H8, H7, -Rook},
       // Taking a rook in its corner drops the victim's right too.
-      {corners, White, EncodeMove(H1, H8, Rook, Rook, 0), 5},
-      {cornersBlack, Black, EncodeMove(A8, A1, Rook, Rook, 0), 10},
-      {"r3k2r/8/8/8/8/8/1B6/R3K2R w KQkq -", White, EncodeMove(B2, H8, Bishop, Rook, 0), 7},
-      {"r3k2r/6b1/8/8/8/8/8/R3K2R b KQkq -", Black, EncodeMove(G7, A1, Bishop, Rook, 0), 14},
-      // Castling gives up both rights and records that the side has castled.
-      {corners, White, EncodeMove(E1, G1, King, 0, 0), 12 | 16},
-      {corners, White, EncodeMove(E1, C1, King, 0, 0), 12 | 16},
-      {cornersBlack, Black, EncodeMove(E8, G8, King, 0, 0), 3 | 32},
-      {cornersBlack, Black, EncodeMove(E8, C8, King, 0, 0), 3 | 32},
+      {corners, White, EncodeMove(H1, H8, Rook, Rook, 0), 5, 0, H1, H8, Rook},
+      {cornersBlack, Black, EncodeMove(A8, A1, Rook, Rook, 0), 10, 0, A8, A1, -Rook},
+      {"r3k2r/8/8/8/8/8/1B6/R3K2R w KQkq -", White, EncodeMove(B2, H8, Bishop, Rook, 0), 7, 0, B2, H8, Bishop},
+      {"r3k2r/6b1/8/8/8/8/8/R3K2R b KQkq -", Black, EncodeMove(G7, A1, Bishop, Rook, 0), 14, 0, G7, A1, -Bishop},
+      // Castling gives up both rights, records that the side has castled, and the rook crosses.
+      {corners, White, EncodeMove(E1, G1, King, 0, 0), 12 | 16, 0, H1, F1, Rook},
+      {corners, White, EncodeMove(E1, C1, King, 0, 0), 12 | 16, 0, A1, D1, Rook},
+      {cornersBlack, Black, EncodeMove(E8, G8, King, 0, 0), 3 | 32, 0, H8, F8, -Rook},
+      {cornersBlack, Black, EncodeMove(E8, C8, King, 0, 0), 3 | 32, 0, A8, D8, -Rook},
   };
   for (const Case& c : cases) {
     SetQuietly(c.fen);
-    ASSERT_EQ(pos.castleFlags, 15u) << c.fen;
-    ASSERT_TRUE(IsValidMove(c.move, c.side)) << MoveText(c.move);
+    ASSERT_TRUE(IsValidMove(c.move, c.side)) << MoveText(c.move) << " in " << c.fen;
     const Position before = SnapshotPosition();
     Make(c.move, c.side);
-    EXPECT_EQ(pos.castleFlags, c.flags) << MoveText(c.move);
-    EXPECT_EQ(CheckPosition(c.side ^ 1), "") << MoveText(c.move);
+    EXPECT_EQ(pos.castleFlags, c.flags) << MoveText(c.move) << " in " << c.fen;
+    EXPECT_EQ(pos.epSquare, c.epSquare) << MoveText(c.move) << " in " << c.fen;
+    if (c.emptied != none) {
+      EXPECT_EQ(pos.board[c.emptied], 0) << MoveText(c.move) << " in " << c.fen;
+    }
+    EXPECT_EQ(pos.board[c.filled], c.content) << MoveText(c.move) << " in " << c.fen;
+    EXPECT_EQ(CheckPosition(c.side ^ 1), "") << MoveText(c.move) << " in " << c.fen;
     UnmakeMove(c.move, 0, c.side);
-    EXPECT_EQ(DiffPositions(before, pos), "") << MoveText(c.move);
-  }
-
-  // The rook crosses the king.
-  const struct { int side, kingTo, rookFrom, rookTo; } castlings[] = {
-      {White, G1, H1, F1}, {White, C1, A1, D1}, {Black, G8, H8, F8}, {Black, C8, A8, D8}};
-  for (const auto& c : castlings) {
-    SetQuietly(c.side == White ? corners : cornersBlack);
-    const int from = c.side == White ? E1 : E8, sign = c.side == White ? 1 : -1;
-    Make(EncodeMove(from, c.kingTo, King, 0, 0), c.side);
-    EXPECT_EQ(pos.board[c.kingTo], sign * King);
-    EXPECT_EQ(pos.board[c.rookTo], sign * Rook);
-    EXPECT_EQ(pos.board[c.rookFrom], 0);
-    EXPECT_EQ(pos.board[from], 0);
-    EXPECT_EQ(pos.kingSquare[c.side], c.kingTo);
+    EXPECT_EQ(DiffPositions(before, pos), "") << MoveText(c.move) << " in " << c.fen;
   }
 }
 

@@ -19,15 +19,6 @@
 
 namespace {
 
-std::string Read(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
-
-void Write(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
-
 void SetTime(const char* path, time_t when) {
   utimbuf times{when, when};
   ASSERT_EQ(utime(path, &times), 0) << path;
@@ -111,7 +102,7 @@ const Move e2e4 = EncodeMove(E2, E4, Pawn, 0, 0), e7e5 = EncodeMove(E7, E5, Pawn
            f8c5 = EncodeMove(F8, C5, Bishop, 0, 0);
 
 TEST_F(MasterBook, ThreeNodeLineScoresTheMarkedReply) {
-  Write("learn.txt", "1. e4 e5 Nf3!\n");
+  WriteFile("learn.txt", "1. e4 e5 Nf3!\n");
   EXPECT_EQ("(Re)building learn.bin from learn.txt\n3 nodes\n", Load());
   EXPECT_TRUE(Same(masterRoot.move, M(Pawn, E4)));
   EXPECT_EQ(nullptr, masterRoot.sibling);
@@ -206,7 +197,7 @@ TEST_F(MasterBook, EachFaultIsReportedAndTheLineDropped) {
     EXPECT_EQ(std::string("Error parsing the string ") + line + " in line " + std::to_string(error) + "\n",
               testing::internal::GetCapturedStdout());
   }
-  Write("learn.txt", "e4 e5 Nzxe5\nd4 d5\n");
+  WriteFile("learn.txt", "e4 e5 Nzxe5\nd4 d5\n");
   EXPECT_EQ("(Re)building learn.bin from learn.txt\nError parsing the string e4 e5 Nzxe5 in line 417\n2 nodes\n",
             Load());
 }
@@ -215,7 +206,7 @@ TEST_F(MasterBook, EachFaultIsReportedAndTheLineDropped) {
 TEST_F(MasterBook, OverlongLineIsCut) {
   std::string line = "d4 ";
   for (int i = 0; i < 70; i++) line += "Nf3 Nf6 Ng1 Ng8 ";
-  Write("learn.txt", line + "\nc4\n");
+  WriteFile("learn.txt", line + "\nc4\n");
   EXPECT_EQ("(Re)building learn.bin from learn.txt\n257 nodes\n", Load());
 }
 
@@ -225,7 +216,7 @@ TEST_F(MasterBook, BinaryRoundTrip) {
   // Pre-order: a node's sibling comes before its child flag.
   const std::string expected = std::string("\0\0\x1c\x01\0\0", 6) + '\1' + std::string("\0\0\x1b\x01\0\0", 6) +
                                '\0' + '\0' + '\1' + std::string("\0\0\x24\x01\0\0", 6) + '\0' + '\0';
-  EXPECT_EQ(expected, Read("a.bin"));
+  EXPECT_EQ(expected, ReadFile("a.bin"));
 
   ClearMasterBook();
   Insert({"e4 e5 Nf3! Nc6 Bb5 a6", "e4 e5 Nf3! Nf6", "e4 c5 Nf3 d6 d4", "e4 c5 Nf3? Nc6", "d4 * c4", "c4 e5 Nc3 Nf6",
@@ -239,17 +230,17 @@ TEST_F(MasterBook, BinaryRoundTrip) {
   EXPECT_EQ(tree, Dump(&masterRoot));
   EXPECT_EQ(nodes, CountMasterNodes());
   WriteMasterBook("b.bin");
-  EXPECT_EQ(Read("a.bin"), Read("b.bin"));
-  EXPECT_EQ(size_t(nodes) * 8, Read("a.bin").size());
+  EXPECT_EQ(ReadFile("a.bin"), ReadFile("b.bin"));
+  EXPECT_EQ(size_t(nodes) * 8, ReadFile("a.bin").size());
 }
 
 TEST_F(MasterBook, NewerFileDecides) {
-  Write("learn.txt", "e4 e5 Nf3!\n");
+  WriteFile("learn.txt", "e4 e5 Nf3!\n");
   EXPECT_EQ("(Re)building learn.bin from learn.txt\n3 nodes\n", Load());
-  const std::string threeNodes = Read("learn.bin");
+  const std::string threeNodes = ReadFile("learn.bin");
 
   // The text changes but the binary is newer: the binary is read.
-  Write("learn.txt", "d4\n");
+  WriteFile("learn.txt", "d4\n");
   SetTime("learn.txt", 1000000);
   SetTime("learn.bin", 1000001);
   EXPECT_EQ("Reading the master opening book from learn.bin\n3 nodes\n", Load());
@@ -262,16 +253,16 @@ TEST_F(MasterBook, NewerFileDecides) {
 
   unlink("learn.bin");
   EXPECT_EQ("(Re)building learn.bin from learn.txt\n1 nodes\n", Load());
-  EXPECT_EQ(std::string("\0\0\x1b\x01\0\0\0\0", 8), Read("learn.bin"));
+  EXPECT_EQ(std::string("\0\0\x1b\x01\0\0\0\0", 8), ReadFile("learn.bin"));
 
   // Without the text even a good binary is left alone.
-  Write("learn.bin", threeNodes);
+  WriteFile("learn.bin", threeNodes);
   unlink("learn.txt");
   EXPECT_EQ("(Re)building learn.bin from learn.txt\nCannot open learn.txt ! \n", Load());
   EXPECT_EQ(1, CountMasterNodes());
-  EXPECT_EQ(threeNodes, Read("learn.bin"));
+  EXPECT_EQ(threeNodes, ReadFile("learn.bin"));
 
-  Write("learn.txt", "e4\n");
+  WriteFile("learn.txt", "e4\n");
   testing::internal::CaptureStdout();
   LoadMasterBook("learn.txt", "missing/learn.bin");
   EXPECT_EQ("(Re)building missing/learn.bin from learn.txt\nCannot write missing/learn.bin\n1 nodes\n",
@@ -281,10 +272,10 @@ TEST_F(MasterBook, NewerFileDecides) {
 TEST_F(MasterBook, DamagedBinaryKeepsWhatWasRead) {
   Insert({"e4 e5 Nf3!"});
   WriteMasterBook("good.bin");
-  const std::string good = Read("good.bin");
+  const std::string good = ReadFile("good.bin");
   ASSERT_EQ(24u, good.size());
   for (size_t length = 0; length < good.size(); length++) {
-    Write("cut.bin", good.substr(0, length));
+    WriteFile("cut.bin", good.substr(0, length));
     testing::internal::CaptureStdout();
     ReadMasterBook("cut.bin");
     EXPECT_EQ("Damaged file!\n", testing::internal::GetCapturedStdout()) << length;
@@ -295,18 +286,18 @@ TEST_F(MasterBook, DamagedBinaryKeepsWhatWasRead) {
   // node limit: both are read without recursion and the second is cut at the limit.
   std::string deep;
   for (int i = 0; i < 300000; i++) deep += std::string("\0\0\x1c\x01\0\0", 6) + '\0' + '\1';
-  Write("deep.bin", deep);
+  WriteFile("deep.bin", deep);
   testing::internal::CaptureStdout();
   ReadMasterBook("deep.bin");
   EXPECT_EQ("Damaged file!\n", testing::internal::GetCapturedStdout());
   EXPECT_EQ(300000, CountMasterNodes());
   Score({e2e4, e7e5});  // a probe only goes as deep as the game
   WriteMasterBook("deep2.bin");
-  EXPECT_EQ(deep.substr(0, deep.size() - 1) + '\0', Read("deep2.bin"));
+  EXPECT_EQ(deep.substr(0, deep.size() - 1) + '\0', ReadFile("deep2.bin"));
 
   std::string wide;
   for (int i = 0; i < MaxMasterNodes + 10; i++) wide += std::string("\0\0\x1c\x01\0\0", 6) + '\1';
-  Write("wide.bin", wide);
+  WriteFile("wide.bin", wide);
   testing::internal::CaptureStdout();
   ReadMasterBook("wide.bin");
   EXPECT_EQ("Damaged file!\n", testing::internal::GetCapturedStdout());
@@ -315,7 +306,7 @@ TEST_F(MasterBook, DamagedBinaryKeepsWhatWasRead) {
   std::string noise;
   unsigned r = 12345;
   for (int i = 0; i < 100000; i++) noise += char((r = r * 1103515245 + 12345) >> 16);
-  Write("noise.bin", noise);
+  WriteFile("noise.bin", noise);
   testing::internal::CaptureStdout();
   ReadMasterBook("noise.bin");
   testing::internal::GetCapturedStdout();

@@ -172,25 +172,3 @@ TEST(MoveGeneration, LegalOnMateAndStalemate) {
   Set("7k/5Q2/6K1/8/8/8/8/8 b - -");
   EXPECT_EQ(list, GenerateLegal(list, Black));
 }
-
-TEST(MoveOrdering, PickBestTakesTheEarliestHighest) {
-  Move moves[5] = {10, 20, 30, 40, 50};
-  int scores[5] = {5, 9, 3, 9, 7};
-  PickBest(moves, moves + 5, scores);
-  EXPECT_EQ(Moves({20, 10, 30, 40, 50}), Moves(moves, moves + 5));
-  EXPECT_EQ(9, scores[0]);
-  EXPECT_EQ(5, scores[1]);
-
-  // Each new best is swapped with the front as it is found.
-  Move rising[4] = {1, 2, 3, 4};
-  int risingScores[4] = {1, 3, 2, 5};
-  PickBest(rising, rising + 4, risingScores);
-  EXPECT_EQ(Moves({4, 1, 3, 2}), Moves(rising, rising + 4));
-  EXPECT_EQ(5, risingScores[0]);
-  EXPECT_EQ(3, risingScores[3]);
-
-  Move single[1] = {7};
-  int singleScore[1] = {-4};
-  PickBest(single, single + 1, singleScore);
-  EXPECT_EQ(7u, single[0]);
-}

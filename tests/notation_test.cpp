@@ -100,38 +100,62 @@ TEST(DisplayMove, List) {
   EXPECT_EQ("", testing::internal::GetCapturedStdout());
 }
 
-TEST(ParseSan, PawnMoves) {
-  SetInitialPosition();
-  EXPECT_EQ(M(E2, E4, Pawn), Resolve("e4", White));
-  EXPECT_EQ(M(E2, E3, Pawn), Resolve("e3", White));
-  EXPECT_EQ(M(D7, D5, Pawn), Resolve("d5", Black));
-
-  Set("rnbqkbnr/ppp1pppp/8/3p4/4P3/8/PPPP1PPP/RNBQKBNR w KQkq d6");
-  EXPECT_EQ(M(E4, D5, Pawn, Pawn), Resolve("exd5", White));
-  EXPECT_EQ(M(E4, D5, Pawn, Pawn), Resolve("ed5", White));
-  EXPECT_EQ(M(E4, D5, Pawn, Pawn), Resolve("exd5+", White));
-
-  Set("4k3/8/8/3pP3/8/8/8/4K3 w - d6");
-  EXPECT_EQ(M(E5, D6, Pawn, Pawn), Resolve("exd6", White));
-}
-
-TEST(ParseSan, PromotionSuffixIsNotRead) {
-  // The queen promotion is generated first (with the captures), so it wins whatever is asked.
-  Set("k7/4P3/8/8/8/8/8/4K3 w - -");
-  EXPECT_EQ(M(E7, E8, Pawn, 0, Queen), Resolve("e8=N", White));
-  EXPECT_EQ(M(E7, E8, Pawn, 0, Queen), Resolve("e8R", White));
-  Set("3rk3/4P3/8/8/8/8/8/4K3 w - -");
-  EXPECT_EQ(M(E7, D8, Pawn, Rook, Queen), Resolve("exd8=B+", White));
-}
-
-TEST(ParseSan, Castling) {
-  Set("r3k2r/8/8/8/8/8/8/R3K2R w KQkq -");
-  EXPECT_EQ(24964u, Resolve("O-O", White));
-  EXPECT_EQ(24964u, Resolve("o-o", White));
-  EXPECT_EQ(24708u, Resolve("O-O-O", White));
-  EXPECT_EQ(24708u, Resolve("o-O-o", White));
-  EXPECT_EQ(28604u, Resolve("O-O", Black));
-  EXPECT_EQ(28348u, Resolve("O-O-O", Black));
+TEST(ParseSan, ResolvesToTheFirstFittingLegalMove) {
+  const char* const start = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -";
+  const char* const corners = "r3k2r/8/8/8/8/8/8/R3K2R w KQkq -";
+  const char* const knights = "4k3/8/8/8/8/5N2/8/1N2K3 w - -";
+  const char* const rooksOnAFile = "7k/3R4/8/8/3p4/8/8/3R3K w - -";
+  const char* const rooksOnARank = "4k3/8/8/8/8/R2p3R/8/4K3 w - -";
+  const char* const queens = "4k3/8/8/8/8/8/2Q5/4K2Q w - -";
+  const struct { const char* fen; int side; const char* token; Move move; } cases[] = {
+    {start, White, "e4", M(E2, E4, Pawn)},
+    {start, White, "e3", M(E2, E3, Pawn)},
+    {start, Black, "d5", M(D7, D5, Pawn)},
+    {"rnbqkbnr/ppp1pppp/8/3p4/4P3/8/PPPP1PPP/RNBQKBNR w KQkq d6", White, "exd5", M(E4, D5, Pawn, Pawn)},
+    {"rnbqkbnr/ppp1pppp/8/3p4/4P3/8/PPPP1PPP/RNBQKBNR w KQkq d6", White, "ed5", M(E4, D5, Pawn, Pawn)},
+    {"rnbqkbnr/ppp1pppp/8/3p4/4P3/8/PPPP1PPP/RNBQKBNR w KQkq d6", White, "exd5+", M(E4, D5, Pawn, Pawn)},
+    {"4k3/8/8/3pP3/8/8/8/4K3 w - d6", White, "exd6", M(E5, D6, Pawn, Pawn)},
+    // The promotion suffix is not read: the queen promotion is generated first (with the
+    // captures), so it wins whatever is asked.
+    {"k7/4P3/8/8/8/8/8/4K3 w - -", White, "e8=N", M(E7, E8, Pawn, 0, Queen)},
+    {"k7/4P3/8/8/8/8/8/4K3 w - -", White, "e8R", M(E7, E8, Pawn, 0, Queen)},
+    {"3rk3/4P3/8/8/8/8/8/4K3 w - -", White, "exd8=B+", M(E7, D8, Pawn, Rook, Queen)},
+    {corners, White, "O-O", 24964},
+    {corners, White, "o-o", 24964},
+    {corners, White, "O-O-O", 24708},
+    {corners, White, "o-O-o", 24708},
+    {corners, Black, "O-O", 28604},
+    {corners, Black, "O-O-O", 28348},
+    {knights, White, "Nbd2", M(B1, D2, Knight)},
+    {knights, White, "Nfd2", M(F3, D2, Knight)},
+    {knights, White, "Nd2", M(B1, D2, Knight)},  // first generated: lowest square first
+    {knights, White, "N3d2", M(F3, D2, Knight)},
+    {knights, White, "N1d2", M(B1, D2, Knight)},
+    {knights, White, "Ng5+", M(F3, G5, Knight)},
+    {knights, White, "Nxg5", M(F3, G5, Knight)},  // an "x" is not checked against the board
+    // Only legal moves are candidates: a pinned knight gives way to the free one.
+    {"4k3/8/8/8/8/5N2/8/KN1r4 w - -", White, "Nd2", M(F3, D2, Knight)},
+    {rooksOnAFile, White, "Rxd4", M(D1, D4, Rook, Pawn)},
+    {rooksOnAFile, White, "R1xd4", M(D1, D4, Rook, Pawn)},
+    {rooksOnAFile, White, "R7xd4", M(D7, D4, Rook, Pawn)},
+    {rooksOnAFile, White, "R1d3", M(D1, D3, Rook)},
+    {rooksOnAFile, White, "R7d5", M(D7, D5, Rook)},
+    {rooksOnAFile, White, "Kg2", M(H1, G2, King)},
+    {rooksOnARank, White, "Rxd3", M(A3, D3, Rook, Pawn)},
+    {rooksOnARank, White, "Raxd3", M(A3, D3, Rook, Pawn)},
+    {rooksOnARank, White, "Rhxd3", M(H3, D3, Rook, Pawn)},
+    {rooksOnARank, White, "Rhe3", M(H3, E3, Rook)},
+    // h1 is a lower square than c2, so that queen is generated first.
+    {queens, White, "Qe4", M(H1, E4, Queen)},
+    {queens, White, "Qce4", M(C2, E4, Queen)},
+    {queens, White, "Q2e4", M(C2, E4, Queen)},
+    {queens, White, "Qh7", M(H1, H7, Queen)},
+    {queens, White, "Qch7", M(C2, H7, Queen)},
+  };
+  for (const auto& c : cases) {
+    Set(c.fen);
+    EXPECT_EQ(c.move, Resolve(c.token, c.side)) << c.token << " in " << c.fen;
+  }
 }
 
 TEST(ParseSan, CastlingWithCheckMarkFailsAsAKingMove) {
@@ -143,43 +167,6 @@ TEST(ParseSan, CastlingWithCheckMarkFailsAsAKingMove) {
   EXPECT_EQ(Echo("O-O+") + board + "Find move : can't find -1\n188\n6\n" +
                 "Kg1 Kc1 Kd1 Kf1 Kd2 Ke2 Kf2 \n",
             p.output);
-}
-
-TEST(ParseSan, PieceDisambiguation) {
-  Set("4k3/8/8/8/8/5N2/8/1N2K3 w - -");
-  EXPECT_EQ(M(B1, D2, Knight), Resolve("Nbd2", White));
-  EXPECT_EQ(M(F3, D2, Knight), Resolve("Nfd2", White));
-  EXPECT_EQ(M(B1, D2, Knight), Resolve("Nd2", White));  // first generated: lowest square first
-  EXPECT_EQ(M(F3, D2, Knight), Resolve("N3d2", White));
-  EXPECT_EQ(M(B1, D2, Knight), Resolve("N1d2", White));
-  EXPECT_EQ(M(F3, G5, Knight), Resolve("Ng5+", White));
-  EXPECT_EQ(M(F3, G5, Knight), Resolve("Nxg5", White));  // an "x" is not checked against the board
-
-  // Only legal moves are candidates: a pinned knight gives way to the free one.
-  Set("4k3/8/8/8/8/5N2/8/KN1r4 w - -");
-  EXPECT_EQ(M(F3, D2, Knight), Resolve("Nd2", White));
-
-  Set("7k/3R4/8/8/3p4/8/8/3R3K w - -");
-  EXPECT_EQ(M(D1, D4, Rook, Pawn), Resolve("Rxd4", White));
-  EXPECT_EQ(M(D1, D4, Rook, Pawn), Resolve("R1xd4", White));
-  EXPECT_EQ(M(D7, D4, Rook, Pawn), Resolve("R7xd4", White));
-  EXPECT_EQ(M(D1, D3, Rook), Resolve("R1d3", White));
-  EXPECT_EQ(M(D7, D5, Rook), Resolve("R7d5", White));
-  EXPECT_EQ(M(H1, G2, King), Resolve("Kg2", White));
-
-  Set("4k3/8/8/8/8/R2p3R/8/4K3 w - -");
-  EXPECT_EQ(M(A3, D3, Rook, Pawn), Resolve("Rxd3", White));
-  EXPECT_EQ(M(A3, D3, Rook, Pawn), Resolve("Raxd3", White));
-  EXPECT_EQ(M(H3, D3, Rook, Pawn), Resolve("Rhxd3", White));
-  EXPECT_EQ(M(H3, E3, Rook), Resolve("Rhe3", White));
-
-  // h1 is a lower square than c2, so that queen is generated first.
-  Set("4k3/8/8/8/8/8/2Q5/4K2Q w - -");
-  EXPECT_EQ(M(H1, E4, Queen), Resolve("Qe4", White));
-  EXPECT_EQ(M(C2, E4, Queen), Resolve("Qce4", White));
-  EXPECT_EQ(M(C2, E4, Queen), Resolve("Q2e4", White));
-  EXPECT_EQ(M(H1, H7, Queen), Resolve("Qh7", White));
-  EXPECT_EQ(M(C2, H7, Queen), Resolve("Qch7", White));
 }
 
 TEST(ParseSan, ResultsAndInvalidTokens) {

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -16,6 +15,7 @@
 #include "board/fen.h"
 #include "board/perft.h"
 #include "board/position.h"
+#include "tests/position_check.h"
 
 namespace {
 
@@ -68,27 +68,6 @@ std::pair<int, uint64_t> DeepestWithin(const PerftLine& line, uint64_t budget) {
   return best;
 }
 
-// What must come back unchanged after a whole tree has been made and unmade.
-struct Snapshot {
-  std::string epd;
-  uint64_t hashKey, pawnKey;
-  Bitboard occupied, occupiedR90, occupiedA1H8, occupiedH1A8;
-  int material, psqScore;
-  int pieceCount[2], pawnCount[2];
-
-  static Snapshot Take() {
-    return {PositionToEpd(), pos.hashKey, pos.pawnKey, pos.occupied, pos.occupiedR90, pos.occupiedA1H8,
-            pos.occupiedH1A8, pos.material, pos.psqScore, {pos.pieceCount[0], pos.pieceCount[1]},
-            {pos.pawnCount[0], pos.pawnCount[1]}};
-  }
-  bool operator==(const Snapshot& o) const {
-    return epd == o.epd && hashKey == o.hashKey && pawnKey == o.pawnKey && occupied == o.occupied &&
-           occupiedR90 == o.occupiedR90 && occupiedA1H8 == o.occupiedA1H8 && occupiedH1A8 == o.occupiedH1A8 &&
-           material == o.material && psqScore == o.psqScore && !memcmp(pieceCount, o.pieceCount, sizeof pieceCount) &&
-           !memcmp(pawnCount, o.pawnCount, sizeof pawnCount);
-  }
-};
-
 // Counts every position of the file by Perft within `searchBudget` and by PerftLegal within
 // `legalBudget` (both before BudgetDivisor). Positions no listed depth fits are left out.
 void CheckFile(const char* name, uint64_t searchBudget, uint64_t legalBudget) {
@@ -103,9 +82,9 @@ void CheckFile(const char* name, uint64_t searchBudget, uint64_t legalBudget) {
   for (const PerftLine& line : lines) {
     const std::string where = std::string(name) + ":" + std::to_string(line.lineNumber) + " " + line.fen;
     SetPosition(line.fen.c_str());
-    const Snapshot before = Snapshot::Take();
+    const Position before = ostrel_test::SnapshotPosition();
     // A FEN that did not decode as written would give a count for some other position.
-    ASSERT_EQ(FenFields(before.epd), FenFields(line.fen)) << where;
+    ASSERT_EQ(FenFields(PositionToEpd()), FenFields(line.fen)) << where;
 
     const auto search = DeepestWithin(line, searchBudget);
     const auto legal = DeepestWithin(line, legalBudget);
@@ -118,14 +97,12 @@ void CheckFile(const char* name, uint64_t searchBudget, uint64_t legalBudget) {
     nodes += found;
     bool wrong = found != search.second;
     EXPECT_EQ(found, search.second) << where << " Perft depth " << search.first;
-    ASSERT_TRUE(Snapshot::Take() == before) << where << " not restored after Perft depth " << search.first
-                                            << ", now " << PositionToEpd();
+    ASSERT_EQ(ostrel_test::DiffPositions(before, pos), "") << where << " after Perft depth " << search.first;
     if (legal.first != 0) {
       const uint64_t legalFound = PerftLegal(legal.first, pos.sideToMove);
       wrong |= legalFound != legal.second;
       EXPECT_EQ(legalFound, legal.second) << where << " PerftLegal depth " << legal.first;
-      ASSERT_TRUE(Snapshot::Take() == before) << where << " not restored after PerftLegal depth " << legal.first
-                                              << ", now " << PositionToEpd();
+      ASSERT_EQ(ostrel_test::DiffPositions(before, pos), "") << where << " after PerftLegal depth " << legal.first;
     }
     // One generator fault shows up in thousands of positions; the first few say enough.
     if (wrong && ++mismatched == 10) FAIL() << "stopped after 10 positions with wrong counts";

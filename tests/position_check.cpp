@@ -159,6 +159,34 @@ std::string DiffPositions(const Position& a, const Position& b) {
   return "padding bytes";
 }
 
+std::string MirroredFen() {
+  std::string fen;
+  for (int rank = 0; rank < 8; rank++) {
+    int empty = 0;
+    for (int file = 0; file < 8; file++) {
+      const int v = -pos.board[rank * 8 + file];
+      if (!v) {
+        empty++;
+        continue;
+      }
+      if (empty) fen += char('0' + empty), empty = 0;
+      const char letter = " PNBRQK"[v > 0 ? v : -v];
+      fen += v > 0 ? letter : char(letter + 32);
+    }
+    if (empty) fen += char('0' + empty);
+    if (rank < 7) fen += '/';
+  }
+  fen += pos.sideToMove == White ? " b " : " w ";
+  std::string castling;
+  if (pos.castleFlags & BlackKingSide) castling += 'K';
+  if (pos.castleFlags & BlackQueenSide) castling += 'Q';
+  if (pos.castleFlags & WhiteKingSide) castling += 'k';
+  if (pos.castleFlags & WhiteQueenSide) castling += 'q';
+  fen += castling.empty() ? "-" : castling;
+  fen += " -";
+  return fen;
+}
+
 Position SnapshotPosition() {
   Position copy;
   memcpy(static_cast<void*>(&copy), &pos, sizeof copy);

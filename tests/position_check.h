@@ -22,6 +22,10 @@ inline std::string CheckPosition() { return CheckPosition(pos.sideToMove); }
 // "" when the two records are identical byte for byte, else the first field that differs.
 std::string DiffPositions(const Position& a, const Position& b);
 
+// The global position as FEN text with the board turned upside down and the colours swapped:
+// side to move and castling rights swap too, the en-passant square is left out.
+std::string MirroredFen();
+
 // Exact byte copy, padding included, so that a later memcmp compares like with like.
 Position SnapshotPosition();
 

@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
 #include <string>
 
 struct ScratchDirectory {
@@ -22,3 +24,13 @@ struct ScratchDirectory {
   // Back to where the test started, and the directory gone.
   bool Leave() { return chdir(previous) == 0 && system(("rm -rf " + path).c_str()) == 0; }
 };
+
+inline std::string ReadFile(const std::string& path) {
+  std::stringstream s;
+  s << std::ifstream(path, std::ios::binary).rdbuf();
+  return s.str();
+}
+
+inline void WriteFile(const std::string& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
+}

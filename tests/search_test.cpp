@@ -2,8 +2,6 @@
 // horizon hand-over, determinism and a tactical suite.
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <unistd.h>
 
 #include <cstring>
 #include <fstream>
@@ -20,7 +18,6 @@
 #include "search/movelist.h"
 #include "search/search.h"
 #include "search/think.h"
-#include "shell/input.h"
 
 namespace {
 
@@ -192,42 +189,6 @@ TEST_F(SearchTest, FixedTimeStopsNearItsBudgetWithACompleteIteration) {
   // The budget is charged every 2,048 nodes, so the overrun is a fraction of a second.
   EXPECT_GE(thinkTime, 45);
   EXPECT_LE(thinkTime, 80);
-}
-
-TEST_F(SearchTest, MoveNowEndsTheSearchWithTheLastCompleteIteration) {
-  // "?" waits on standard input (a pipe, as under a GUI); the first poll, 2,048 nodes in, reads it.
-  const int savedStdin = dup(STDIN_FILENO);
-  if (savedStdin < 0) open("/dev/null", O_RDONLY);  // hold descriptor 0 so the pipe lands elsewhere
-  int fds[2];
-  ASSERT_EQ(pipe(fds), 0);
-  dup2(fds[0], STDIN_FILENO);
-  close(fds[0]);
-  // The leading line end completes whatever an earlier test may have left half-typed.
-  ASSERT_EQ(write(fds[1], "\n?\n", 3), 3);
-  testing::internal::CaptureStdout();
-  SetUpConsole();
-  testing::internal::GetCapturedStdout();
-
-  Set("r1bq1rk1/ppp2ppp/2np1n2/2b1p3/2B1P3/2NP1N2/PPP2PPP/R1BQ1RK1 w - -");
-  TimeLeft = 3000;  // thirty seconds: long enough to matter, short enough not to hang a broken run
-  engineFlags.searching = 1;
-  testing::internal::CaptureStdout();
-  const Move m = Think(White, 60);
-  testing::internal::GetCapturedStdout();
-  engineFlags.searching = 0;
-  EXPECT_LT(TimeLeft, 1);
-  EXPECT_LT(thinkTime, 100);
-  ASSERT_GE(thinkResult.depth, 2);
-  EXPECT_EQ(thinkResult.pv[0], m);
-
-  close(fds[1]);
-  if (savedStdin >= 0) {
-    dup2(savedStdin, STDIN_FILENO);
-    close(savedStdin);
-  }
-  char line[InputLineSize];
-  while (TakeQueuedLine(line)) {
-  }
 }
 
 TEST_F(SearchTest, SingleLegalMoveIsPlayedWithoutSearching) {

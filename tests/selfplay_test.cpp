@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <cstdio>
 #include <fstream>
 #include <mutex>
@@ -27,10 +28,10 @@
 namespace {
 
 #ifdef OSTREL_SANITIZE
-constexpr int GameCount = 10;
+constexpr int GameCount = 4;
 constexpr int MoveTimeoutMs = 120000;
 #else
-constexpr int GameCount = 20;
+constexpr int GameCount = 8;
 constexpr int MoveTimeoutMs = 30000;
 #endif
 constexpr int GamesAtOnce = 4;
@@ -302,12 +303,15 @@ TEST(SelfPlay, RefereeKnowsTheRules) {
 }
 
 TEST(SelfPlay, EnginesPlayLegalGamesToTheEnd) {
+  // OSTREL_SELFPLAY_GAMES plays fewer games, for quick runs such as the mutation check.
+  const char* limit = getenv("OSTREL_SELFPLAY_GAMES");
+  const int gameCount = limit ? std::min(atoi(limit), GameCount) : GameCount;
   const std::vector<std::vector<std::string>> openings = LoadOpenings();
-  ASSERT_GE(openings.size(), size_t(GameCount)) << "openings file missing or unreadable";
+  ASSERT_GE(openings.size(), size_t(gameCount)) << "openings file missing or unreadable";
 
   // Equal and unequal depths: the unequal pairs end in mates more often, and the deeper side
   // plays either colour.
-  std::vector<GameReport> reports(GameCount);
+  std::vector<GameReport> reports(gameCount);
   std::vector<std::thread> players;
   int next = 0;
   std::mutex nextLock;
@@ -317,7 +321,7 @@ TEST(SelfPlay, EnginesPlayLegalGamesToTheEnd) {
         int game;
         {
           std::lock_guard<std::mutex> hold(nextLock);
-          if (next >= GameCount) return;
+          if (next >= gameCount) return;
           game = next++;
         }
         const int whiteDepth = BaseDepth + (game % 3 == 1);

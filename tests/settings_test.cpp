@@ -19,19 +19,6 @@ std::string Parse(std::vector<const char*> arguments) {
 
 }  // namespace
 
-TEST(CommandLine, DefaultsWithoutArguments) {
-  EXPECT_EQ(Parse({}), "");
-  EXPECT_TRUE(settings.playMode);
-  EXPECT_FALSE(settings.analyseMode);
-  EXPECT_EQ(settings.hashBits, 18);
-  EXPECT_EQ(settings.maxTime, 26000);
-  EXPECT_EQ(settings.maxPly, 8);
-  EXPECT_STREQ(settings.tag, "unknown configuration");
-  EXPECT_STREQ(settings.tempFile, "temp.dat");
-  EXPECT_STREQ(settings.tbDir, "E:/tbs");
-  EXPECT_EQ(settings.maxBookMoves, 12);
-}
-
 TEST(CommandLine, ValuesAndTheirConversions) {
   EXPECT_EQ(Parse({"-maxtime", "2.5", "-maxply", "12", "-outfile", "out.epd", "-epdmode"}), "");
   EXPECT_EQ(settings.maxTime, 250);
