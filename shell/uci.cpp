@@ -36,7 +36,6 @@ namespace {
 constexpr int32_t UnlimitedBudget = 1000000000;  // the session, not TimeLeft, ends its searches
 constexpr int DeepestIteration = 59;             // as under xboard, whose searches stop below 60
 constexpr int IdlePollMs = 1;                    // a command waits at most this long (plus the OS)
-constexpr int HashEntryBytesLog2 = 4;            // 16-byte entries: 2^(bits - 16) megabytes
 
 // The running `go`, from the command until its bestmove.
 struct UciSearch {
