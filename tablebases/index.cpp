@@ -314,6 +314,26 @@ inline Bitboard ColexSet(uint32_t rank, int count, Bitboard squares) {
   return men;
 }
 
+// The mixed-radix number of a zone's groups, first group most significant. `taken` holds the
+// squares already used, which the sntm pieces' squares exclude as they are placed.
+inline uint32_t GroupsIndex(const TableLayout& layout, const ManGroup* groups, int count,
+                            const Bitboard (&frame)[2][6], int kA, int kB, Bitboard taken, Bitboard block) {
+  uint32_t index = 0;
+  for (int i = 0; i < count; i++) {
+    const ManGroup& g = groups[i];
+    const Bitboard men = frame[!g.stm][g.type];
+    Bitboard squares;
+    if (g.kind == SntmPieces) {
+      squares = ~taken;
+      taken |= men;
+    } else {
+      squares = GroupSquares(layout, g, kA, kB, frame[0][Pawn], block);
+    }
+    index = index * Radix(g, squares) + ColexRank(men, squares);
+  }
+  return index;
+}
+
 }  // namespace
 
 void InitTableLayouts() {
@@ -366,38 +386,13 @@ uint32_t IndexOfMen(const TableLayout& layout, const TableMen& m, int epSquare, 
         frame[0][Pawn] &= ~Bit(capturer);
         frame[1][Pawn] &= ~Bit(moved);
         taken |= block;
-        uint32_t index = 0;
-        for (int i = 0; i < layout.epGroupCount; i++) {
-          const ManGroup& g = layout.epGroups[i];
-          const Bitboard men = frame[!g.stm][g.type];
-          Bitboard squares;
-          if (g.kind == SntmPieces) {
-            squares = ~taken;
-            taken |= men;
-          } else {
-            squares = GroupSquares(layout, g, kA, kB, frame[0][Pawn], block);
-          }
-          index = index * Radix(g, squares) + ColexRank(men, squares);
-        }
+        const uint32_t index = GroupsIndex(layout, layout.epGroups, layout.epGroupCount, frame, kA, kB, taken, block);
         return layout.epStart[pair] + index * EpPlacements + uint32_t(left ? 2 * f - 1 : 2 * f);
       }
     }
   }
 
-  uint32_t index = 0;
-  for (int i = 0; i < layout.groupCount; i++) {
-    const ManGroup& g = layout.groups[i];
-    const Bitboard men = frame[!g.stm][g.type];
-    Bitboard squares;
-    if (g.kind == SntmPieces) {
-      squares = ~taken;
-      taken |= men;
-    } else {
-      squares = GroupSquares(layout, g, kA, kB, frame[0][Pawn], 0);
-    }
-    index = index * Radix(g, squares) + ColexRank(men, squares);
-  }
-  return layout.mainStart[pair] + index;
+  return layout.mainStart[pair] + GroupsIndex(layout, layout.groups, layout.groupCount, frame, kA, kB, taken, 0);
 }
 
 bool DecodeMen(const TableLayout& layout, uint32_t index, TableMen* out, int* epSquare) {

@@ -130,12 +130,15 @@ int GenerateMenEpCaptures(const Men& p, int epSquare, MenMove* list) {
   return n;
 }
 
-Men MenAfter(const Men& p, const MenMove& m) {
-  Men after = p;
-  after.man[m.man].square = m.to;
-  after.toMove ^= 1;
-  return after;
+// The men with one of them on another square and the other side to move: a move forwards or back.
+static Men MenShifted(const Men& p, int man, int square) {
+  Men shifted = p;
+  shifted.man[man].square = square;
+  shifted.toMove ^= 1;
+  return shifted;
 }
+
+Men MenAfter(const Men& p, const MenMove& m) { return MenShifted(p, m.man, m.to); }
 
 int EpRightAfter(const Men& p, const MenMove& m) {
   if (!m.doubleStep) return -1;
@@ -175,9 +178,4 @@ int GenerateMenUnmoves(const Men& p, MenUnmove* list) {
   return n;
 }
 
-Men MenBefore(const Men& p, const MenUnmove& u) {
-  Men before = p;
-  before.man[u.man].square = u.from;
-  before.toMove ^= 1;
-  return before;
-}
+Men MenBefore(const Men& p, const MenUnmove& u) { return MenShifted(p, u.man, u.from); }
