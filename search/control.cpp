@@ -14,6 +14,8 @@ GameClock gameClock;
 
 int32_t ClockCentiseconds() { return int32_t(ClockMilliseconds() / 10); }
 
+void StopSearch() { TimeLeft = -1; }
+
 bool CheckTime() {
   const int32_t now = ClockCentiseconds();
   TimeLeft -= now - LastClock;

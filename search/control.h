@@ -4,8 +4,7 @@
 
 #include <cstdint>
 
-// Hundredths of a second the running search may still use; below 1 means stop. The input poll
-// sets it to -1 to end a search at its next check.
+// Hundredths of a second the running search may still use; below 1 means stop.
 extern int32_t TimeLeft;
 // Clock reading (hundredths) at which TimeLeft was last charged.
 extern int32_t LastClock;
@@ -43,6 +42,10 @@ extern GameClock gameClock;
 
 // Milliseconds since the program started, divided by 10.
 int32_t ClockCentiseconds();
+
+// Ends the running search at its next check (within 2,048 nodes); the best move found so far
+// stands. Harmless when no search runs: each one sets its own budget when it starts.
+void StopSearch();
 
 // Charges the time since LastClock to TimeLeft and polls the input; called every 2,048 nodes.
 // Returns true when the search must stop.

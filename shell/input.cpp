@@ -11,6 +11,7 @@
 #include "search/control.h"
 #include "search/think.h"
 #include "shell/info.h"
+#include "shell/interpreter.h"
 
 // The partial line survives between polls, so a line may arrive over many polls, some from the
 // idle loop and some from inside a search.
@@ -46,43 +47,47 @@ static void PrintStatusLine() {
   printf("\n");
 }
 
-static bool Is(const char* line, const char* command) { return strcmp(line, command) == 0; }
-
-// Acts at once on what cannot wait for the search to finish, then queues the rest for the
-// interpreter.
+// Acts at once on what cannot wait for the search to finish (the command table says what), then
+// queues the rest for the interpreter.
 static void ScreenLine(const char* line) {
   printf("AddTo Queue [%s]\n", line);
-  if (Is(line, "quit") || Is(line, "exit")) exit(0);
-
-  if (Is(line, "force")) {
-    TimeLeft = -1;
-    // Forced to move now, not into force mode: the interface wants the move it is waiting for.
-    if (engineFlags.searching || engineFlags.pondering) return;
-    engineFlags.force = 1;
-  } else if (Is(line, "undo") || Is(line, "remove") || Is(line, "edit")) {
-    TimeLeft = -1;
-  } else if (Is(line, "analyze")) {
-    TimeLeft = -1;
-    engineFlags.analyze = 1;
-  } else if (Is(line, "black") || Is(line, "white") || Is(line, "time") || Is(line, "otim")) {
-    TimeLeft = -1;
-  } else if (Is(line, "help")) {
-    PrintHelpText();
-    SetUpConsole();
-    return;
-  } else if (Is(line, "version")) {
-    SetUpConsole();
-    return;
-  } else if (Is(line, "about") || Is(line, "info")) {
-    PrintAboutText();
-    SetUpConsole();
-    return;
-  } else if (Is(line, "?")) {
-    TimeLeft = -1;
-    return;
-  } else if (Is(line, ".") && engineFlags.searching && !engineFlags.analyze) {
-    PrintStatusLine();
-    return;
+  const XboardCommand* command = CommandNamed(line);
+  switch (command ? command->arrival : Arrival::Waits) {
+    case Arrival::Waits:
+      break;
+    case Arrival::Stops:
+      StopSearch();
+      break;
+    case Arrival::StopsOrForces:
+      StopSearch();
+      // Forced to move now, not into force mode: the interface wants the move it is waiting for.
+      if (engineFlags.searching || engineFlags.pondering) return;
+      engineFlags.force = 1;
+      break;
+    case Arrival::StopsAnalyzes:
+      StopSearch();
+      engineFlags.analyze = 1;
+      break;
+    case Arrival::MovesNow:
+      StopSearch();
+      return;
+    case Arrival::Quits:
+      exit(0);
+    case Arrival::ShowsHelp:
+      PrintHelpText();
+      SetUpConsole();
+      return;
+    case Arrival::ShowsVersion:
+      SetUpConsole();
+      return;
+    case Arrival::ShowsAbout:
+      PrintAboutText();
+      SetUpConsole();
+      return;
+    case Arrival::ShowsStatus:
+      if (!engineFlags.searching || engineFlags.analyze) break;
+      PrintStatusLine();
+      return;
   }
 
   // The opponent's move ends a ponder or analysis search so the interpreter can play it; while
@@ -90,7 +95,7 @@ static void ScreenLine(const char* line) {
   int from, to, promotion;
   if (engineFlags.searching && (engineFlags.analyze || engineFlags.pondering) &&
       ReadCoordinateMove(line, from, to, promotion))
-    TimeLeft = -1;
+    StopSearch();
 
   QueueLine(line);
 }

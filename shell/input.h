@@ -12,8 +12,9 @@ constexpr int InputQueueSlots = 60;
 // Run at the start of play and again after each help, version, about or info command.
 void SetUpConsole();
 
-// Reads what input is waiting, completes lines and screens each one (quit, ?, force, ... act at
-// once; most lines are queued for the interpreter).
+// Reads what input is waiting, completes lines and screens each one: the xboard command table
+// (interpreter.h) says what acts at once (quit, ?, force, ...); most lines are queued for the
+// interpreter.
 void PollInput();
 
 // How a session treats its input. The xboard screen is the default. A UCI session installs its

@@ -1,6 +1,4 @@
-// The xboard interpreter. Commands are tried in a fixed order: a coordinate move first, then the
-// table below, prefix commands matching the start of the line and whole commands the whole line.
-// Lines that match nothing are ignored without a reply, as the protocol asks.
+// The xboard interpreter and its command table.
 #include "shell/interpreter.h"
 
 #include <cstdint>
@@ -30,11 +28,9 @@ constexpr int NewGameClock = 6000;
 
 namespace {
 
-bool Prefix(const char* line, const char* word) { return strncmp(line, word, strlen(word)) == 0; }
-
 void SetClocks(int hundredths) { gameClock.engineTime = gameClock.opponentTime = hundredths; }
 
-// Analysis and pondering: searches until a command sets TimeLeft below 1.
+// Analysis and pondering: searches until a command stops it.
 void OpenEndedThink() {
   TimeLeft = OpenEndedSearch;
   engineFlags.searching = 1;
@@ -66,7 +62,8 @@ void OpponentMove(int from, int to, int promotion) {
   printf("The board looks like this :\n");
   PrintBoard(pos.pieces);
   if (PlayGameMove(from, to, promotion)) AgeHistory();
-  // Flipped even when the move was not found: the engine has always done so.
+  // Flipped even when the move was not found, so the interpreter's side and the game record's
+  // then disagree: the protocol's rule for an unknown move, kept as written.
   interpreter.sideToMove ^= 1;
   if (engineFlags.analyze) {
     OpenEndedThink();
@@ -93,8 +90,8 @@ void Level(const char* line) {
   const char* p = line + 5;
   bool found;
   if (strchr(p, ':')) {
-    // Minutes, then the digits of the seconds appended one by one (5:30 gives 30030 seconds):
-    // the engine has always read it so.
+    // Minutes, then the digits of the seconds appended one by one: 5:30 gives 30030 seconds, not
+    // 330, as the protocol's rule for this form has it.
     interpreter.movesPerControl = ReadNumber(p, found);
     int base = Wrap(int64_t(ReadNumber(p, found)) * 60);
     if (*p == ':')
@@ -114,7 +111,7 @@ void Level(const char* line) {
   gameClock.fixedDepth = gameClock.fixedTime = 0;
 }
 
-void NewGame() {
+void NewGame(const char*) {
   ClearHT();
   SetInitialPosition();
   interpreter.colour = Black;
@@ -127,7 +124,7 @@ void NewGame() {
   NewGameRecord();
 }
 
-void Protover() {
+void Protover(const char*) {
   static const char* const features[] = {
     "feature colors=1", "feature myname=\"Ostrel 1.069 QX by Brannock\"", "feature time=1", "feature pause=0",
     "feature variants=\"normal,nocastle\"", "feature sigint=0", "feature sigterm=0", "feature name=1",
@@ -136,7 +133,8 @@ void Protover() {
   for (const char* f : features) printf("%s\n", f);
 }
 
-void Hint() {
+void Hint(const char*) {
+  engineFlags.force = 0;
   TimeLeft = MoveBudget();
   engineFlags.searching = 1;
   const Move m = Think(interpreter.sideToMove, 60);
@@ -152,7 +150,94 @@ void TakeBack(int halfMoves) {
   if (engineFlags.analyze) OpenEndedThink();
 }
 
+void Time(const char* line) {
+  const char* p = line + 4;
+  bool found;
+  const int n = ReadNumber(p, found);
+  SetClocks(Wrap(int64_t(interpreter.increment2) * 1000 + int64_t(n / 6) * 10));
+}
+
+// xboard gives seconds; the search counts hundredths.
+void SearchTime(const char* line) {
+  const int seconds = int(atol(line + 2));
+  printf("search time mode st = %d\n", seconds);
+  gameClock.fixedTime = Wrap(int64_t(seconds) * 100);
+  gameClock.fixedDepth = 0;
+}
+
+void SearchDepth(const char* line) {
+  const int depth = int(atol(line + 2));
+  printf("search depth mode sd = %d\n", depth);
+  gameClock.fixedDepth = depth;
+  gameClock.fixedTime = 0;
+}
+
+void Ignore(const char*) {}
+
 }  // namespace
+
+// Every xboard command, in the interpreter's order of tests. Those that only the input poll acts
+// on (quit, help, ...) sit at the end: the interpreter passes over them, and none begins with a
+// prefix command's name, so where they stand does not change what the interpreter matches.
+static const XboardCommand xboardCommands[] = {
+  // name, interpreter's match, on arrival at the input poll, interpreter's handler
+  {"protover", Match::Prefix, Arrival::Waits, Protover},
+  // Only standard chess is played; the announced variants are turned down all the same.
+  {"variant", Match::Prefix, Arrival::Waits, [](const char*) { printf("Error: unsupported variant.\n"); }},
+  {"result", Match::Prefix, Arrival::Waits, Ignore},
+  {"time", Match::Prefix, Arrival::Stops, Time},
+  {"otim", Match::Prefix, Arrival::Stops, Ignore},
+  {"level", Match::Prefix, Arrival::Waits, Level},
+  {"new", Match::Whole, Arrival::Waits, NewGame},
+  {"hash", Match::Prefix, Arrival::Waits, [](const char* line) { ResizeHashMegabytes(int(atol(line + 4))); }},
+  {"draw", Match::Prefix, Arrival::Waits,
+   [](const char*) { printf(thinkResult.depth != 0 && thinkResult.score == 0 ? "I accept\n" : "I decline\n"); }},
+  {"books on", Match::Whole, Arrival::Waits, [](const char*) { engineFlags.bookUse = 1; }},
+  {"books off", Match::Whole, Arrival::Waits, [](const char*) { engineFlags.bookUse = 0; }},
+  {"sd", Match::Prefix, Arrival::Waits, SearchDepth},
+  {"st", Match::Prefix, Arrival::Waits, SearchTime},
+  {"post", Match::Whole, Arrival::Waits, [](const char*) { engineFlags.post = 1; }},
+  {"nopost", Match::Whole, Arrival::Waits, [](const char*) { engineFlags.post = 0; }},
+  {"force", Match::Whole, Arrival::StopsOrForces, [](const char*) { engineFlags.force = 1; }},
+  {"white", Match::Whole, Arrival::Stops, [](const char*) { interpreter.colour = White; }},
+  {"black", Match::Whole, Arrival::Stops, [](const char*) { interpreter.colour = Black; }},
+  {"hard", Match::Whole, Arrival::Waits, [](const char*) { engineFlags.ponder = 1; }},
+  {"easy", Match::Whole, Arrival::Waits, [](const char*) { engineFlags.ponder = 0; }},
+  {"go", Match::Whole, Arrival::Waits,
+   [](const char*) {
+     engineFlags.force = 0;
+     if (interpreter.sideToMove == interpreter.colour) ThinkAndMove();
+   }},
+  {"hint", Match::Whole, Arrival::Waits, Hint},
+  {"edit", Match::Whole, Arrival::Stops,
+   [](const char*) {
+     EditMode();
+     if (engineFlags.analyze) OpenEndedThink();
+   }},
+  {"undo", Match::Whole, Arrival::Stops, [](const char*) { TakeBack(1); }},
+  {"remove", Match::Whole, Arrival::Stops, [](const char*) { TakeBack(2); }},
+  {"print", Match::Whole, Arrival::Waits, [](const char*) { PrintBoard(pos.pieces); }},
+  {"analyze", Match::Whole, Arrival::StopsAnalyzes,
+   [](const char*) {
+     engineFlags.analyze = 1;
+     OpenEndedThink();
+   }},
+  // Unreachable in practice: the input poll ends the process on exit before it is queued.
+  {"exit", Match::Whole, Arrival::Quits, [](const char*) { engineFlags.analyze = 0; }},
+  {"quit", Match::Whole, Arrival::Quits, nullptr},
+  {"?", Match::Whole, Arrival::MovesNow, nullptr},
+  {".", Match::Whole, Arrival::ShowsStatus, nullptr},
+  {"help", Match::Whole, Arrival::ShowsHelp, nullptr},
+  {"version", Match::Whole, Arrival::ShowsVersion, nullptr},
+  {"about", Match::Whole, Arrival::ShowsAbout, nullptr},
+  {"info", Match::Whole, Arrival::ShowsAbout, nullptr},
+};
+
+const XboardCommand* CommandNamed(const char* line) {
+  for (const XboardCommand& command : xboardCommands)
+    if (!strcmp(line, command.name)) return &command;
+  return nullptr;
+}
 
 void Interpret(const char* line) {
   int from, to, promotion;
@@ -160,75 +245,13 @@ void Interpret(const char* line) {
     OpponentMove(from, to, promotion);
     return;
   }
-  if (Prefix(line, "protover")) {
-    Protover();
-  } else if (Prefix(line, "variant")) {
-    // Only standard chess is played; the announced variants are turned down all the same.
-    printf("Error: unsupported variant.\n");
-  } else if (Prefix(line, "result")) {
-  } else if (Prefix(line, "time")) {
-    const char* p = line + 4;
-    bool found;
-    const int n = ReadNumber(p, found);
-    SetClocks(Wrap(int64_t(interpreter.increment2) * 1000 + int64_t(n / 6) * 10));
-  } else if (Prefix(line, "otim")) {
-  } else if (Prefix(line, "level")) {
-    Level(line);
-  } else if (!strcmp(line, "new")) {
-    NewGame();
-  } else if (Prefix(line, "hash")) {
-    ResizeHashMegabytes(int(atol(line + 4)));
-  } else if (Prefix(line, "draw")) {
-    printf(thinkResult.depth != 0 && thinkResult.score == 0 ? "I accept\n" : "I decline\n");
-  } else if (!strcmp(line, "books on")) {
-    engineFlags.bookUse = 1;
-  } else if (!strcmp(line, "books off")) {
-    engineFlags.bookUse = 0;
-  } else if (Prefix(line, "sd")) {
-    const int depth = int(atol(line + 2));
-    printf("search depth mode sd = %d\n", depth);
-    gameClock.fixedDepth = depth;
-    gameClock.fixedTime = 0;
-  } else if (Prefix(line, "st")) {
-    // xboard gives seconds; the search counts hundredths.
-    const int seconds = int(atol(line + 2));
-    printf("search time mode st = %d\n", seconds);
-    gameClock.fixedTime = Wrap(int64_t(seconds) * 100);
-    gameClock.fixedDepth = 0;
-  } else if (!strcmp(line, "post")) {
-    engineFlags.post = 1;
-  } else if (!strcmp(line, "nopost")) {
-    engineFlags.post = 0;
-  } else if (!strcmp(line, "force")) {
-    engineFlags.force = 1;
-  } else if (!strcmp(line, "white")) {
-    interpreter.colour = White;
-  } else if (!strcmp(line, "black")) {
-    interpreter.colour = Black;
-  } else if (!strcmp(line, "hard")) {
-    engineFlags.ponder = 1;
-  } else if (!strcmp(line, "easy")) {
-    engineFlags.ponder = 0;
-  } else if (!strcmp(line, "go")) {
-    engineFlags.force = 0;
-    if (interpreter.sideToMove == interpreter.colour) ThinkAndMove();
-  } else if (!strcmp(line, "hint")) {
-    engineFlags.force = 0;
-    Hint();
-  } else if (!strcmp(line, "edit")) {
-    EditMode();
-    if (engineFlags.analyze) OpenEndedThink();
-  } else if (!strcmp(line, "undo")) {
-    TakeBack(1);
-  } else if (!strcmp(line, "remove")) {
-    TakeBack(2);
-  } else if (!strcmp(line, "print")) {
-    PrintBoard(pos.pieces);
-  } else if (!strcmp(line, "analyze")) {
-    engineFlags.analyze = 1;
-    OpenEndedThink();
-  } else if (!strcmp(line, "exit")) {
-    engineFlags.analyze = 0;
+  for (const XboardCommand& command : xboardCommands) {
+    if (!command.handler) continue;
+    const bool matches = command.match == Match::Prefix ? !strncmp(line, command.name, strlen(command.name))
+                                                        : !strcmp(line, command.name);
+    if (!matches) continue;
+    command.handler(line);
+    return;
   }
 }
 

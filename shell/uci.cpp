@@ -103,15 +103,15 @@ void Report(int depth, int score, const Move* pv, int pvLength, bool completed) 
   SelDepth = 0;
   if (search.timed && !search.pondering &&
       !StartNextIteration(search.plan, now - search.start, now - search.lastIterationEnd))
-    TimeLeft = -1;
+    StopSearch();
   search.lastIterationEnd = now;
 }
 
 // Run at every poll: the deadline and the node limit.
 void CheckLimits() {
   if (!search.active || search.pondering || TimeLeft < 1) return;
-  if (search.nodes && NodeCount + QNodeCount >= search.nodes) TimeLeft = -1;
-  if (search.timed && Now() - search.start >= search.plan.hardMs) TimeLeft = -1;
+  if (search.nodes && NodeCount + QNodeCount >= search.nodes) StopSearch();
+  if (search.timed && Now() - search.start >= search.plan.hardMs) StopSearch();
 }
 
 // What cannot wait for the search: stop, ponderhit, isready, quit. isready is answered at once
@@ -122,7 +122,7 @@ void Screen(const char* line) {
     QueueLine(line);
   } else if (!strcmp(line, "stop")) {
     search.stopped = true;
-    TimeLeft = -1;
+    StopSearch();
   } else if (!strcmp(line, "ponderhit")) {
     if (!search.pondering) return;
     search.pondering = false;
