@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "board/fen.h"
+#include "board/output.h"
 
 static const char border[] = "+---+---+---+---+---+---+---+---+";
 
@@ -28,4 +29,4 @@ const char* BoardText(const Bitboard pieces[2][6]) {
   return text;
 }
 
-void PrintBoard(const Bitboard pieces[2][6]) { fputs(BoardText(pieces), stdout); }
+void PrintBoard(const Bitboard pieces[2][6]) { PrintText(BoardText(pieces)); }

@@ -4,6 +4,7 @@
 
 #include "board/bitboard.h"
 #include "board/keys.h"
+#include "board/output.h"
 #include "board/position.h"
 #include "search/psqtables.h"
 #include "search/reset.h"
@@ -40,7 +41,7 @@ static const char* ReadPlacement(const char* p) {
     const char c = *p;
     if (c == ' ') break;
     if (c == '/') {
-      if (n % 8) printf("Error in epd decoding %d\n", n);
+      if (n % 8) Print("Error in epd decoding %d\n", n);
     } else if (c >= '1' && c <= '8') {
       n += c - '0';
     } else if (int piece = PieceOfLetter(c)) {
@@ -52,7 +53,7 @@ static const char* ReadPlacement(const char* p) {
       n++;
     }
   }
-  if (n != 64) printf("Error in epd decoding %d\n", n);
+  if (n != 64) Print("Error in epd decoding %d\n", n);
   return p;
 }
 
@@ -88,7 +89,7 @@ static void ComputeDerived() {
     pos.rooksQueens |= pos.pieces[side][RookSlot] | pos.pieces[side][QueenSlot];
     pos.bishopsQueens |= pos.pieces[side][BishopSlot] | pos.pieces[side][QueenSlot];
   }
-  if (!pos.pieces[White][KingSlot] || !pos.pieces[Black][KingSlot]) printf("Error in position : king not found\n");
+  if (!pos.pieces[White][KingSlot] || !pos.pieces[Black][KingSlot]) Print("Error in position : king not found\n");
   for (int side = Black; side <= White; side++)
     pos.kingSquare[side] = pos.pieces[side][KingSlot] ? LowestBit(pos.pieces[side][KingSlot]) : 0;
   pos.occupiedR90 = MapBitboard(pos.occupied, rot90);
@@ -167,7 +168,7 @@ const char* PositionToEpd() {
         continue;
       }
       if (v < -King || v > King) {
-        printf("Print EPD : cannot identify piece on square %d\n", square);
+        Print("Print EPD : cannot identify piece on square %d\n", square);
         continue;
       }
       if (empty) *out++ = char('0' + empty), empty = 0;

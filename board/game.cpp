@@ -4,6 +4,7 @@
 
 #include "board/makemove.h"
 #include "board/movegen.h"
+#include "board/output.h"
 #include "board/repetition.h"
 
 GameRecord gameRecord;
@@ -18,7 +19,7 @@ bool PlayGameMove(int from, int to, int promotion) {
   const int n = gameRecord.moveCount;
   const int side = gameRecord.sideToMove;
   if (n >= MaxGameMoves) {
-    printf("Make move : game record full\n");
+    Print("Make move : game record full\n");
     return false;
   }
   GameSlot& slot = gameRecord.slots[n];
@@ -34,7 +35,7 @@ bool PlayGameMove(int from, int to, int promotion) {
   for (Move* m = moves; m < end && !found; m++)
     if (MoveFrom(*m) == from && MoveTo(*m) == to && MovePromotion(*m) == promotion) found = *m;
   if (!found) {
-    printf("Make move : cannot find move %d %d %d\n", from, to, promotion);
+    Print("Make move : cannot find move %d %d %d\n", from, to, promotion);
     return false;
   }
   slot.move = found;
@@ -52,7 +53,7 @@ bool PlayGameMove(int from, int to, int promotion) {
 void UndoMove() {
   const int n = gameRecord.moveCount;
   if (n < 1) {
-    printf("UndoMove : cannot undo\n");
+    Print("UndoMove : cannot undo\n");
     return;
   }
   const GameSlot& slot = gameRecord.slots[n - 1];

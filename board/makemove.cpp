@@ -6,6 +6,7 @@
 #include "board/keys.h"
 #include "board/movegen.h"
 #include "board/notation.h"
+#include "board/output.h"
 #include "search/psqtables.h"
 
 UndoRecord undoStack[MaxPly];
@@ -61,9 +62,9 @@ static inline bool CastlingRookSquares(int side, int from, int to, int& rookFrom
 }
 
 static void ReportCapturedKing(int ply) {
-  printf("Captured king !\n");
+  Print("Captured king !\n");
   for (int i = 0; i <= ply && i < MaxPly; i++) PrintMove(currentLine[i]);
-  printf("\n");
+  Print("\n");
 }
 
 void MakeMove(Move m, int ply, int s) {
@@ -131,9 +132,9 @@ void MakeMove(Move m, int ply, int s) {
           pos.material += sign * (pieceValue[q] - pieceValue[Pawn]);
           psqDelta += ownPsq[q][to] - ownPsq[Pawn][to];
         } else {
-          printf("MakeMove : invalid promotion ");
+          Print("MakeMove : invalid promotion ");
           PrintMove(m);
-          printf("valid %d\n", IsValidMove(m, s) ? 1 : 0);
+          Print("valid %d\n", IsValidMove(m, s) ? 1 : 0);
         }
       }
       break;

@@ -5,6 +5,7 @@
 
 #include "board/display.h"
 #include "board/movegen.h"
+#include "board/output.h"
 
 const char* CoordinateText(Move m) {
   static const char promotionLetters[] = "  nbrq  ";
@@ -33,7 +34,7 @@ bool ReadCoordinateMove(const char* text, int& from, int& to, int& promotion) {
   return true;
 }
 
-void PrintCoordinateMove(Move m) { printf("move %s\n", CoordinateText(m)); }
+void PrintCoordinateMove(Move m) { Print("move %s\n", CoordinateText(m)); }
 
 const char* MoveText(Move m) {
   static const char* const pieceNames[8] = {"wrong piece type", "", "N", "B", "R", "Q", "K", "wrong piece type"};
@@ -53,7 +54,7 @@ const char* MoveText(Move m) {
   return text;
 }
 
-void PrintMove(Move m) { printf("%s ", MoveText(m)); }
+void PrintMove(Move m) { Print("%s ", MoveText(m)); }
 
 void PrintMoveList(const Move* list) {
   for (; *list; list++) PrintMove(*list);
@@ -65,9 +66,9 @@ static Move Resolve(const Move* candidates, int to, int piece, Match matches, co
   for (const Move* m = candidates; *m; m++)
     if (MoveTo(*m) == to && MovePiece(*m) == piece && matches(MoveFrom(*m))) return *m;
   PrintBoard(pos.pieces);
-  printf("%s%d\n%d\n%d\n", name, request, to, piece);
+  Print("%s%d\n%d\n%d\n", name, request, to, piece);
   PrintMoveList(candidates);
-  printf("\n");
+  Print("\n");
   return 0;
 }
 
@@ -110,11 +111,11 @@ static bool IsRankDigit(char c) { return c >= '1' && c <= '8'; }
 static bool IsFileLetter(char c) { return c >= 'a' && c <= 'h'; }
 
 Move ParseSan(const char* token, int side) {
-  printf("Test move : [%s]\n", token);
+  Print("Test move : [%s]\n", token);
   const char c = token[0];
   const int piece = PieceOfSanLetter(c);
   if (c < 'B' || c > 'o' || piece == NoPiece) {
-    if (!strstr(token, "1-0") && !strstr(token, "0-1") && !strstr(token, "1/2-1/2")) printf("move %s is not valid\n", token);
+    if (!strstr(token, "1-0") && !strstr(token, "0-1") && !strstr(token, "1/2-1/2")) Print("move %s is not valid\n", token);
     return 0;
   }
 

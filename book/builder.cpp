@@ -7,6 +7,7 @@
 #include "board/fen.h"
 #include "board/makemove.h"
 #include "board/notation.h"
+#include "board/output.h"
 #include "book/book.h"
 #include "book/pgn.h"
 #include "platform/platform.h"
@@ -73,7 +74,7 @@ const char* NextToken(const char* p, char* token) {
 bool PlayToken(const char* token, int side, int8_t result) {
   const Move m = ParseSan(token, side);
   if (!m) {
-    if (!IsResultToken(token)) printf("ParsePgn : move %s couldn't be converted\n", token);
+    if (!IsResultToken(token)) Print("ParsePgn : move %s couldn't be converted\n", token);
     return false;
   }
   const uint64_t before = pos.hashKey;
@@ -179,7 +180,7 @@ bool FinishPart(FILE* f, bool written, const char* partName, const char* what, c
   written = !ferror(f) && written;
   written = fclose(f) == 0 && written;
   if (!written) {
-    printf("Cannot write %s %s (%s)\n", what, name, strerror(errno));
+    Print("Cannot write %s %s (%s)\n", what, name, strerror(errno));
     DeleteFileQuietly(partName);
   }
   return written;
@@ -188,7 +189,7 @@ bool FinishPart(FILE* f, bool written, const char* partName, const char* what, c
 bool WriteIndex(const char* indexName, const char* partName) {
   FILE* f = fopen(partName, "wb");
   if (!f) {
-    printf("Cannot open index for opening book %s\n", indexName);
+    Print("Cannot open index for opening book %s\n", indexName);
     return false;
   }
   static unsigned char bytes[BookClusters * IndexEntryBytes];
@@ -203,7 +204,7 @@ bool WriteIndex(const char* indexName, const char* partName) {
 bool WriteRecords(const char* bookName, const char* partName) {
   FILE* f = fopen(partName, "wb");
   if (!f) {
-    printf("Cannot open opening book %s for writing\n", bookName);
+    Print("Cannot open opening book %s for writing\n", bookName);
     return false;
   }
   static unsigned char bytes[4096 * BookRecordBytes];
@@ -240,7 +241,7 @@ bool WriteBookFiles(const char* bookName, const char* indexName) {
     return false;
   }
   if (MoveFileIntoPlace(bookPart, bookName) && MoveFileIntoPlace(indexPart, indexName)) return true;
-  printf("Cannot put the new opening book in place of %s and %s (%s)\n", bookName, indexName, strerror(errno));
+  Print("Cannot put the new opening book in place of %s and %s (%s)\n", bookName, indexName, strerror(errno));
   DeleteFileQuietly(indexPart);
   DeleteFileQuietly(bookPart);
   return false;
@@ -289,7 +290,7 @@ void ParsePgn(const char* movetext, const char* resultToken) {
 }
 
 void CountPgnGame() {
-  if (++gamesRead % ProgressEvery == 0) printf("%d so far\n", gamesRead);
+  if (++gamesRead % ProgressEvery == 0) Print("%d so far\n", gamesRead);
 }
 
 void PgnToTemp(const char* pgnName, const char* tempName, int limit) {
@@ -299,19 +300,19 @@ void PgnToTemp(const char* pgnName, const char* tempName, int limit) {
   tempWriteFailed = false;
   tempFile = fopen(tempName, "wb");
   if (!tempFile) {
-    printf("Cannot open temp file %s\n", tempName);
+    Print("Cannot open temp file %s\n", tempName);
     return;
   }
   ReadPgnFile(pgnName);
   FlushTempBlock();
-  if (fclose(tempFile) != 0 || tempWriteFailed) printf("Cannot write temp file %s (%s)\n", tempName, strerror(errno));
+  if (fclose(tempFile) != 0 || tempWriteFailed) Print("Cannot write temp file %s (%s)\n", tempName, strerror(errno));
   tempFile = nullptr;
 }
 
 void BuildBook(const char* tempName, const char* bookName, const char* indexName) {
   FILE* f = fopen(tempName, "rb");
   if (!f) {
-    printf("Cannot open temp file %s\n", tempName);
+    Print("Cannot open temp file %s\n", tempName);
     return;
   }
   static unsigned char chunk[ChunkRecords * TempRecordBytes];
@@ -325,21 +326,21 @@ void BuildBook(const char* tempName, const char* bookName, const char* indexName
     CountChunk(chunk, read);
     MergeChunk();
     total += read;
-    printf("%llu positions so far ( max count = %d)\n", total, largestCluster);
+    Print("%llu positions so far ( max count = %d)\n", total, largestCluster);
   } while (read == ChunkRecords);
   // Records lost to a read error would make a wrong book: better none, and the old one kept.
   const bool readFailed = ferror(f);
-  if (readFailed) printf("Cannot read temp file %s (%s)\n", tempName, strerror(errno));
+  if (readFailed) Print("Cannot read temp file %s (%s)\n", tempName, strerror(errno));
   const long length = ftell(f);
   if (length > 0 && length % TempRecordBytes)
-    printf("Temp file %s ends in %ld bytes of a cut record, left out\n", tempName, length % TempRecordBytes);
+    Print("Temp file %s ends in %ld bytes of a cut record, left out\n", tempName, length % TempRecordBytes);
   fclose(f);
   Release(chunkStore);
 
   // Cluster 0 is deliberately left out of the console figure; stats.txt has the full count.
   long long unique = 0;
   for (int c = 1; c < BookClusters; c++) unique += openingBook.buckets[c].count;
-  printf("%lld unique positions\n", unique);
+  Print("%lld unique positions\n", unique);
 
   if (!readFailed) WriteBook(bookName, indexName);
   for (BookStore& cluster : openingBook.buckets) Release(cluster);

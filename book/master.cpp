@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "board/notation.h"
+#include "board/output.h"
 #include "book/book.h"
 #include "platform/platform.h"
 
@@ -140,7 +141,7 @@ int ParseMasterLine(const char* line, MasterMove* moves) {
     s = ParseMove(s, count % 2 == 0, moves[count], error);
     if (!s) {
       const int length = int(strcspn(line, "\r\n"));
-      printf("Error parsing the string %.*s in line %d\n", length, line, error);
+      Print("Error parsing the string %.*s in line %d\n", length, line, error);
       return -1;
     }
     count++;
@@ -178,7 +179,7 @@ void WriteMasterBook(const char* name) {
   snprintf(partName, sizeof partName, "%s.part", name);
   FILE* file = fopen(partName, "wb");
   if (!file) {
-    printf("Cannot write %s\n", name);
+    Print("Cannot write %s\n", name);
     return;
   }
   // Each sibling chain is written in a loop; the nodes whose child flag is still due wait on
@@ -200,7 +201,7 @@ void WriteMasterBook(const char* name) {
   }
   ok &= fclose(file) == 0;
   if (ok && MoveFileIntoPlace(partName, name)) return;
-  printf("Cannot write %s\n", name);
+  Print("Cannot write %s\n", name);
   DeleteFileQuietly(partName);
 }
 
@@ -208,7 +209,7 @@ void ReadMasterBook(const char* name) {
   ClearMasterBook();
   FILE* file = fopen(name, "rb");
   if (!file) {
-    printf("Cannot read %s\n", name);
+    Print("Cannot read %s\n", name);
     return;
   }
   // The mirror of the writer, with its own stack so that a deep file cannot exhaust the call
@@ -221,7 +222,7 @@ void ReadMasterBook(const char* name) {
     for (;;) {
       MasterMove m;
       if (fread(&m, sizeof m, 1, file) != 1 || (slot && CountMasterNodes() >= MaxMasterNodes)) {
-        printf("Damaged file!\n");
+        Print("Damaged file!\n");
         fclose(file);
         return;
       }
@@ -250,13 +251,13 @@ void LoadMasterBook(const char* textName, const char* binaryName) {
   const bool haveText = stat(textName, &textInfo) == 0;
   const bool haveBinary = stat(binaryName, &binaryInfo) == 0;
   if (haveText && haveBinary && difftime(binaryInfo.st_mtime, textInfo.st_mtime) > 0) {
-    printf("Reading the master opening book from %s\n", binaryName);
+    Print("Reading the master opening book from %s\n", binaryName);
     ReadMasterBook(binaryName);
   } else {
-    printf("(Re)building %s from %s\n", binaryName, textName);
+    Print("(Re)building %s from %s\n", binaryName, textName);
     FILE* text = fopen(textName, "r");
     if (!text) {
-      printf("Cannot open %s ! \n", textName);
+      Print("Cannot open %s ! \n", textName);
       return;
     }
     char line[1024];
@@ -274,7 +275,7 @@ void LoadMasterBook(const char* textName, const char* binaryName) {
     fclose(text);
     WriteMasterBook(binaryName);
   }
-  printf("%d nodes\n", CountMasterNodes());
+  Print("%d nodes\n", CountMasterNodes());
 }
 
 bool MasterMoveMatches(const MasterMove& node, Move m) {
@@ -316,7 +317,7 @@ static void ScoreFrom(const MasterNode* chain, const Move* moves, int* scores, i
     if (!n->move.mark) continue;
     for (int i = 0; i < count; i++) {
       if (!MasterMoveMatches(n->move, moves[i])) continue;
-      if (bookListings) printf("%s", MasterMoveText(n->move));
+      if (bookListings) Print("%s", MasterMoveText(n->move));
       scores[i] = n->move.mark * MasterScoreUnit;
     }
   }
@@ -324,13 +325,13 @@ static void ScoreFrom(const MasterNode* chain, const Move* moves, int* scores, i
 
 void ScoreMasterMoves(const Move* moves, int* scores, int count, const Move* gameMoves, int gameMoveCount) {
   if (bookListings) {
-    printf("Score Moves :\n");
-    printf("Move number = %d\n", gameMoveCount);
-    printf("Moves so far : [ ");
-    for (int i = 0; i < gameMoveCount; i++) printf("%s ", MoveText(gameMoves[i]));
-    printf("]\n");
-    printf("master book moves found in this position : [\n");
+    Print("Score Moves :\n");
+    Print("Move number = %d\n", gameMoveCount);
+    Print("Moves so far : [ ");
+    for (int i = 0; i < gameMoveCount; i++) Print("%s ", MoveText(gameMoves[i]));
+    Print("]\n");
+    Print("master book moves found in this position : [\n");
   }
   ScoreFrom(&masterRoot, moves, scores, count, gameMoves, gameMoveCount);
-  if (bookListings) printf("]\n");
+  if (bookListings) Print("]\n");
 }

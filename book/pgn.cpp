@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "board/output.h"
+
 namespace {
 
 enum ReaderState { BetweenGames = 0, InTags = 1, InQuote = 2, InMovetext = 3 };
@@ -95,7 +97,7 @@ void FeedChar(unsigned char c) {
       if (c == '"') {
         state = InTags;
       } else {
-        if (gameLength >= LongQuoteWarning) printf("buf = {\n%s\n}\n", gameText);
+        if (gameLength >= LongQuoteWarning) Print("buf = {\n%s\n}\n", gameText);
         Append(c);
       }
       break;
@@ -120,7 +122,7 @@ void ReadPgnFile(const char* pgnName) {
   if (!f) return;
   char line[PgnLineSize];
   while (fgets(line, sizeof line, f)) {
-    fputs(line, stdout);
+    PrintText(line);
     FeedLine(line);
   }
   if (state == InMovetext) HandOverGame();

@@ -10,6 +10,7 @@
 #include "board/makemove.h"
 #include "board/movegen.h"
 #include "board/notation.h"
+#include "board/output.h"
 #include "book/book.h"
 #include "book/master.h"
 #include "search/control.h"
@@ -67,14 +68,14 @@ void LoadCluster(uint64_t key) {
   const uint64_t count = uint64_t(int64_t(entry.size)) / RecordBytes;
   clusterCount = 0;
   if (count > uint64_t(MaxClusterRecords)) {
-    printf("Too big opening book cluster\n");
+    Print("Too big opening book cluster\n");
     return;
   }
   // Where long is 32 bits, offsets past 2 GB come out negative and cannot be reached by fseek.
   const long offset = long(entry.start);
   const bool seeked = offset >= 0 && fseek(openingBook.bookFile, offset, SEEK_SET) == 0;
   const size_t got = seeked ? fread(clusterBytes, RecordBytes, size_t(count), openingBook.bookFile) : 0;
-  if (got < count) printf("there was some error reading an opening book cluster\n");
+  if (got < count) Print("there was some error reading an opening book cluster\n");
   for (size_t i = 0; i < got; i++) {
     const unsigned char* p = clusterBytes + i * RecordBytes;
     BookRecord& r = cluster[i];
@@ -101,18 +102,18 @@ void OpenBook(const char* bookName, const char* indexName) {
 
   FILE* indexFile = fopen(indexName, "rb");
   if (!indexFile) {
-    printf("Cannot open index file\n");
+    Print("Cannot open index file\n");
     return;
   }
   const int entries = ReadIndex(indexFile);
   fclose(indexFile);
   if (entries < BookClusters) {
-    printf("Index file size isn't right\n");
+    Print("Index file size isn't right\n");
     return;
   }
   openingBook.bookFile = fopen(bookName, "rb");
   // "index" although it is the book file that is missing: the wording is kept as logs know it.
-  if (!openingBook.bookFile) printf("Cannot open index book \n");
+  if (!openingBook.bookFile) Print("Cannot open index book \n");
 }
 
 Move ProbeBook(int side) {
@@ -147,10 +148,10 @@ Move ProbeBook(int side) {
   if (n == 0 || bookScores[0] <= 0) return 0;
 
   if (bookListings) {
-    printf("%s", engineFlags.analyze ? "1.\t0\t0\t0\t0 Book moves : " : "Best book moves in this position : ");
+    Print("%s", engineFlags.analyze ? "1.\t0\t0\t0\t0 Book moves : " : "Best book moves in this position : ");
     for (int i = 0; i < n; i++)
-      if (bookScores[i]) printf("%s (%d) ", MoveText(bookMoves[i]), bookScores[i]);
-    printf("\n");
+      if (bookScores[i]) Print("%s (%d) ", MoveText(bookMoves[i]), bookScores[i]);
+    Print("\n");
   }
 
   int k = n;

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <new>
 
+#include "board/output.h"
 #include "search/pawns.h"
 
 HashBucket* hashTable;
@@ -24,10 +25,10 @@ void ClearHT() {
 void InitHT(int bits) {
   if (bits < MinHashBits || bits > MaxHashBits) {
     // The report names this file and line as the engine has always printed them.
-    printf("Error in file hash.cpp in line 28\nInvalid hash table size\n");
+    Print("Error in file hash.cpp in line 28\nInvalid hash table size\n");
     exit(-1);
   }
-  printf("InitHT [%d]\n", bits);
+  Print("InitHT [%d]\n", bits);
   // Without memory for the new size keep the old table; at start-up, when there is none, take
   // the largest size that can be had.
   for (int b = bits; b >= MinHashBits; b--) {
@@ -41,20 +42,20 @@ void InitHT(int bits) {
       ClearHT();
       return;
     }
-    printf("InitHT : cannot allocate 2^%d entries\n", b);
+    Print("InitHT : cannot allocate 2^%d entries\n", b);
     if (hashTable) return;
   }
 }
 
 void ResizeHashMegabytes(int megabytes) {
-  printf("pawn hash = %d\n", PawnTableBytes);
+  Print("pawn hash = %d\n", PawnTableBytes);
   // Signed 32-bit arithmetic throughout, wrapping as such arithmetic does.
   const int32_t x1 = int32_t(uint32_t(megabytes) * (1u << 20) - uint32_t(PawnTableBytes));
-  printf("x1 = [%d]\n", x1);
+  Print("x1 = [%d]\n", x1);
   const int32_t x2 = x1 >> 4;
-  printf("x2 = [%d]\n", x2);
+  Print("x2 = [%d]\n", x2);
   const int32_t x3 = x2 / 2;
-  printf("x3 = [%d]\n", x3);
+  Print("x3 = [%d]\n", x3);
   int bits = MinHashBits;
   if (x3 >= (1 << MinHashBits)) {
     bits = MaxHashBits;

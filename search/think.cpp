@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "board/fen.h"
+#include "board/output.h"
 #include "book/book.h"
 #include "board/game.h"
 #include "board/makemove.h"
@@ -111,9 +112,9 @@ Iteration SearchRoot(int d, int alpha, int beta, int side, int32_t start, bool p
         // xboard's thinking format: ply, score, centiseconds, nodes, then the line on the same
         // output line, where xboard reads it. Nodes are both kinds, as the GUI divides them by
         // time for its speed display.
-        printf("%i %i %i %i ", d, score / 10, ClockCentiseconds() - start, int(NodeCount + QNodeCount));
+        Print("%i %i %i %i ", d, score / 10, ClockCentiseconds() - start, int(NodeCount + QNodeCount));
         PrintLine(r.pv, r.pvLength);
-        printf("\n");
+        Print("\n");
       }
     }
   }
@@ -145,7 +146,7 @@ Move Think(int side, int maxDepth, int flags) {
   pos.psqScore = ComputePsqScore();
   memset(CounterMoveTable, 0, sizeof CounterMoveTable);
   memset(CounterMoveDepth, 0, sizeof CounterMoveDepth);
-  if (!thinkReporter) printf("epd diagram : %s\n", PositionToEpd());
+  if (!thinkReporter) Print("epd diagram : %s\n", PositionToEpd());
 
   // Step 3
   if (engineFlags.bookUse)
@@ -222,9 +223,9 @@ Move Think(int side, int maxDepth, int flags) {
     if (thinkReporter) {
       thinkReporter(d, it.best, best.pv, best.pvLength, true);
     } else if (post) {
-      printf("%d.\t%d\t%.2f\t%u\t%u\t", d, it.best / 10, (ClockCentiseconds() - start) / 100.0, NodeCount, QNodeCount);
+      Print("%d.\t%d\t%.2f\t%u\t%u\t", d, it.best / 10, (ClockCentiseconds() - start) / 100.0, NodeCount, QNodeCount);
       PrintLine(best.pv, best.pvLength);
-      printf("\n");
+      Print("\n");
     }
   }
   // Step 9
@@ -261,6 +262,6 @@ Move EngineMove(int side) {
 }
 
 void PrintResult(int side) {
-  if (KingAttacked(side)) printf(side == White ? "0-1 {Black Mates}\n" : "1-0 {White Mates}\n");
-  else printf("1/2-1/2 {Stalemate}\n");
+  if (KingAttacked(side)) Print(side == White ? "0-1 {Black Mates}\n" : "1-0 {White Mates}\n");
+  else Print("1/2-1/2 {Stalemate}\n");
 }

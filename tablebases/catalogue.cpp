@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "tablebases/catalogue.h"
+#include "board/output.h"
 #include "tablebases/layout.h"
 
 // Counts are the published sizes of the uncompressed files. Table 0 (kk) has no file and no
@@ -223,7 +224,7 @@ void BuildNode(int node, int level, const int16_t* members, int memberCount) {
   const int first = signatureNodeCount;
   signatureNodeCount += largest + 1;
   if (signatureNodeCount > MaxSignatureNodes) {
-    printf("*** signature tree overflow\n");
+    Print("*** signature tree overflow\n");
     signatureNodeCount = first;
     largest = -1;
   }

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "board/output.h"
 #include "tablebases/catalogue.h"
 
 struct CompressedTable {
@@ -105,36 +106,36 @@ CompressedTable* OpenCompressedTable(FILE* file, const char* name, uint32_t coun
   uint8_t header[EmdHeaderBytes];
   const int fileSize = FileSize(file);
   if (fileSize < 0 || !ReadAt(file, 0, header, sizeof header)) {
-    printf("*** Unable to read %s - read error\n", name);
+    Print("*** Unable to read %s - read error\n", name);
     return nullptr;
   }
   if (memcmp(header, EmdMagic, sizeof EmdMagic) != 0) {
-    printf("*** Unable to read %s - file broken\n", name);
+    Print("*** Unable to read %s - file broken\n", name);
     return nullptr;
   }
   const uint32_t version = ReadLittle32(header + 8);
   if (version != EmdVersion) {
-    printf("*** Unable to read %s - error %d\n", name, int(version));
+    Print("*** Unable to read %s - error %d\n", name, int(version));
     return nullptr;
   }
   const uint32_t blockSize = ReadLittle32(header + 12);
   if (blockSize != uint32_t(TableBlockBytes)) {
-    printf("*** %s: Unsupported block size %d\n", name, int(blockSize));
+    Print("*** %s: Unsupported block size %d\n", name, int(blockSize));
     return nullptr;
   }
   if (ReadLittle32(header + 16) != count) {
-    printf("*** %s corrupted\n", name);
+    Print("*** %s corrupted\n", name);
     return nullptr;
   }
   const uint32_t blockCount = ReadLittle32(header + 20);
   if (blockCount != (count + uint32_t(TableBlockBytes) - 1) / uint32_t(TableBlockBytes)) {
-    printf("*** Unable to read %s - file broken\n", name);
+    Print("*** Unable to read %s - file broken\n", name);
     return nullptr;
   }
   const size_t indexBytes = sizeof(CompressedTable) + 4 * (size_t(blockCount) + 1);
   CompressedTable* c = static_cast<CompressedTable*>(malloc(indexBytes));
   if (!c) {
-    printf("*** Unable to read %s - out of memory\n", name);
+    Print("*** Unable to read %s - out of memory\n", name);
     return nullptr;
   }
   c->blockCount = blockCount;
@@ -142,13 +143,13 @@ CompressedTable* OpenCompressedTable(FILE* file, const char* name, uint32_t coun
   // The offsets are read as bytes, in place, and then turned into host order.
   const uint8_t* raw = reinterpret_cast<const uint8_t*>(c->offsets);
   if (!ReadAt(file, EmdHeaderBytes, c->offsets, 4 * (size_t(blockCount) + 1))) {
-    printf("*** Unable to read %s - read error\n", name);
+    Print("*** Unable to read %s - read error\n", name);
     free(c);
     return nullptr;
   }
   for (uint32_t i = 0; i <= blockCount; i++) c->offsets[i] = ReadLittle32(raw + 4 * i);
   if (!OffsetsSound(*c, count, fileSize)) {
-    printf("*** Unable to read %s - file broken\n", name);
+    Print("*** Unable to read %s - file broken\n", name);
     free(c);
     return nullptr;
   }

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "board/output.h"
 #include "platform/platform.h"
 #include "tablebases/catalogue.h"
 #include "tablebases/files.h"
@@ -38,7 +39,7 @@ void Keep(int table, int side, FILE* file, CompressedTable* compressed, const st
   setvbuf(file, nullptr, _IONBF, 0);
   tableCatalogue[table].file[side] = file;
   tableCatalogue[table].compressed[side] = compressed;
-  if (tablebaseVerbose) printf("%s registered\n", name.c_str());
+  if (tablebaseVerbose) Print("%s registered\n", name.c_str());
 }
 
 bool Register(const std::string& directory, int table, int side) {
@@ -50,13 +51,13 @@ bool Register(const std::string& directory, int table, int side) {
 
   if (FILE* file = fopen(name.c_str(), "rb")) {
     if (fseek(file, 0, SEEK_END) != 0) {
-      printf("*** Seek in %s failed\n", name.c_str());
+      Print("*** Seek in %s failed\n", name.c_str());
       fclose(file);
       return false;
     }
     const long size = ftell(file);
     if (d.count[side] != 0 && size != long(d.count[side])) {
-      printf("*** %s corrupted\n", name.c_str());
+      Print("*** %s corrupted\n", name.c_str());
       fclose(file);
       return false;
     }
@@ -71,7 +72,7 @@ bool Register(const std::string& directory, int table, int side) {
   // unregistered, as for any file that opened and could not be set up.
   CompressedTable* compressed = OpenCompressedTable(file, name.c_str(), d.count[side]);
   if (!compressed) {
-    printf("*** Unable to register %s\n", name.c_str());
+    Print("*** Unable to register %s\n", name.c_str());
     fclose(file);
     return false;
   }
@@ -102,11 +103,11 @@ int InitTablebases(const char* directories) {
 
   if (compressedRegistered) {
     if (const int error = AllocateDecodeBlock()) {
-      printf("*** Cannot allocate decode block: error code %d\n", error);
+      Print("*** Cannot allocate decode block: error code %d\n", error);
       exit(1);
     }
     if (tablebaseVerbose)
-      printf("Allocated %dKb for decompression tables, indices, and buffers.\n", int((tablebaseMemory + 1023) / 1024));
+      Print("Allocated %dKb for decompression tables, indices, and buffers.\n", int((tablebaseMemory + 1023) / 1024));
   }
   return largest >= FirstFiveMen ? 5 : largest >= FirstFourMen ? 4 : largest >= 1 ? 3 : 0;
 }
