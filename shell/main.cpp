@@ -6,12 +6,10 @@
 #include "book/book.h"
 #include "book/builder.h"
 #include "book/master.h"
-#include "board/keys.h"
-#include "board/tables.h"
 #include "platform/platform.h"
 #include "search/control.h"
 #include "search/hash.h"
-#include "search/pawns.h"
+#include "search/startup.h"
 #include "shell/epd.h"
 #include "shell/interpreter.h"
 #include "shell/settings.h"
@@ -19,13 +17,6 @@
 #include "tablebases/registry.h"
 
 constexpr int BookBuildingHashBits = 17;
-
-// The precomputed tables, in the order the keys depend on: the random keys are drawn last.
-static void InitBoardTables() {
-  InitTables();
-  InitPawnTables();
-  InitKeys();
-}
 
 int main(int argc, char** argv) {
   setvbuf(stdout, nullptr, _IONBF, 0);
@@ -40,19 +31,19 @@ int main(int argc, char** argv) {
   // The book-building steps run with a small table and no tablebases.
   if (settings.buildBook) {
     InitHT(BookBuildingHashBits);
-    InitBoardTables();
+    InitEngineTables();
     BuildBook(settings.tempFile, "book.bin", "index.dat");
     return 0;
   }
   if (settings.pgnSource) {
     InitHT(BookBuildingHashBits);
-    InitBoardTables();
+    InitEngineTables();
     PgnToTemp(settings.pgnSource, settings.tempFile, settings.maxBookMoves);
     return 0;
   }
 
   InitHT(settings.hashBits);
-  InitBoardTables();
+  InitEngineTables();
   const int tablebaseMen = InitTablebases(settings.tbDir);
   printf("Initialized tablebases : %d\n", tablebaseMen);
   // Without a table there is nothing to cache; a failed allocation leaves the tables unread.

@@ -1,14 +1,10 @@
 // Test entry: the start-up tables and keys are built once, as the engine builds them.
 #include <gtest/gtest.h>
 
-#include "board/keys.h"
-#include "board/tables.h"
-#include "search/pawns.h"
+#include "search/startup.h"
 
 int main(int argc, char** argv) {
-  InitTables();
-  InitKeys();
-  InitPawnTables();
+  InitEngineTables();
   testing::InitGoogleTest(&argc, argv);
   return RUN_ALL_TESTS();
 }

@@ -17,13 +17,12 @@
 
 #include "board/fen.h"
 #include "board/game.h"
-#include "board/keys.h"
 #include "board/position.h"
-#include "board/tables.h"
 #include "search/control.h"
 #include "search/eval.h"
 #include "search/hash.h"
 #include "search/pawns.h"
+#include "search/startup.h"
 #include "search/think.h"
 #include "tablebases/catalogue.h"
 #include "tablebases/files.h"
@@ -232,9 +231,7 @@ static int TablebaseBench(const char* directory, char** tables, int count) {
 }
 
 int main(int argc, char** argv) {
-  InitTables();
-  InitKeys();
-  InitPawnTables();
+  InitEngineTables();
   if (argc >= 2 && !strcmp(argv[1], "--eval"))
     return EvalBench(argc >= 3 ? argv[2] : OSTREL_DATA_DIR "/perft/perft_marcel.epd", 50);
   if (argc >= 4 && !strcmp(argv[1], "--tablebases")) return TablebaseBench(argv[2], argv + 3, argc - 3);

@@ -9,12 +9,11 @@
 #include <cstring>
 
 #include "board/fen.h"
-#include "board/keys.h"
 #include "board/makemove.h"
 #include "board/movegen.h"
 #include "board/notation.h"
 #include "board/perft.h"
-#include "board/tables.h"
+#include "board/startup.h"
 
 static double Seconds() {
   using namespace std::chrono;
@@ -80,8 +79,7 @@ static int RunSuite(const char* file, int maxDepth) {
 }
 
 int main(int argc, char** argv) {
-  InitTables();
-  InitKeys();
+  InitBoardTables();
   if (argc >= 3 && !strcmp(argv[1], "--suite")) {
     const int maxDepth = argc >= 5 && !strcmp(argv[3], "--max-depth") ? atoi(argv[4]) : 99;
     return RunSuite(argv[2], maxDepth);

@@ -9,10 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "board/keys.h"
-#include "board/tables.h"
 #include "search/hash.h"
-#include "search/pawns.h"
+#include "search/startup.h"
 
 namespace {
 
@@ -43,9 +41,7 @@ void StartFuzzing() {
   scratch = dir;
   atexit(RemoveScratch);
   InitHT(17);
-  InitTables();
-  InitPawnTables();
-  InitKeys();
+  InitEngineTables();
 }
 
 void WriteFuzzFile(const char* name, const uint8_t* data, size_t size) {

@@ -12,8 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "board/keys.h"
-#include "board/tables.h"
+#include "board/startup.h"
 #include "tablebases/catalogue.h"
 #include "tools/tbgen/layout.h"
 #include "tools/tbgen/store.h"
@@ -118,8 +117,7 @@ TEST(GeneratedTables, EvenNumberedOnesReproduceThePublishedFiguresAndTheirSucces
 }
 
 int main(int argc, char** argv) {
-  InitTables();
-  InitKeys();
+  InitBoardTables();
   BuildSignatureTree();
   tableDirectory = OSTREL_TB_DIR;
   testing::InitGoogleTest(&argc, argv);

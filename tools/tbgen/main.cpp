@@ -14,8 +14,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "board/keys.h"
-#include "board/tables.h"
+#include "board/startup.h"
 #include "tablebases/catalogue.h"
 #include "tools/tbgen/layout.h"
 #include "tools/tbgen/probe.h"
@@ -130,8 +129,7 @@ static int Usage() {
 
 int main(int argc, char** argv) {
   setvbuf(stdout, nullptr, _IOLBF, 0);  // a table's line as soon as it is checked
-  InitTables();
-  InitKeys();
+  InitBoardTables();
   BuildSignatureTree();
   if (argc < 3) return Usage();
   tableDirectory = argv[2];
