@@ -62,8 +62,8 @@ void OpponentMove(int from, int to, int promotion) {
   printf("The board looks like this :\n");
   PrintBoard(pos.pieces);
   if (PlayGameMove(from, to, promotion)) AgeHistory();
-  // Flipped even when the move was not found, so the interpreter's side and the game record's
-  // then disagree: the protocol's rule for an unknown move, kept as written.
+  // Flipped even when the move was not found: a deliberate rule of this interpreter. The game
+  // record's own side flips only for a move played, so the two then disagree.
   interpreter.sideToMove ^= 1;
   if (engineFlags.analyze) {
     OpenEndedThink();
@@ -91,7 +91,7 @@ void Level(const char* line) {
   bool found;
   if (strchr(p, ':')) {
     // Minutes, then the digits of the seconds appended one by one: 5:30 gives 30030 seconds, not
-    // 330, as the protocol's rule for this form has it.
+    // 330. A deliberate quirk of this reader, kept.
     interpreter.movesPerControl = ReadNumber(p, found);
     int base = Wrap(int64_t(ReadNumber(p, found)) * 60);
     if (*p == ':')
