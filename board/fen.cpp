@@ -5,8 +5,7 @@
 #include "board/bitboard.h"
 #include "board/keys.h"
 #include "board/position.h"
-#include "search/psqtables.h"
-#include "search/reset.h"
+#include "board/psqscore.h"
 
 Position pos;
 
@@ -121,7 +120,6 @@ static void ComputeKeys() {
 }
 
 void SetPosition(const char* text) {
-  ClearSearchState();
   pos.ttAge = 0;
   for (int& b : pos.board) b = 0;
   for (auto& side : pos.pieces)
@@ -142,7 +140,6 @@ void SetPosition(const char* text) {
   ComputeDerived();
   CheckCastling();
   ComputeCounts();
-  BuildPieceSquareTables();
   pos.psqScore = ComputePsqScore();
   for (int side = Black; side <= White; side++)
     for (int type = Pawn; type <= Queen; type++) pos.typeCount[side][type] = PopCount(pos.pieces[side][pieceSlot[type]]);

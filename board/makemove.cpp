@@ -6,7 +6,7 @@
 #include "board/keys.h"
 #include "board/movegen.h"
 #include "board/notation.h"
-#include "search/psqtables.h"
+#include "board/psqscore.h"
 
 UndoRecord undoStack[MaxPly];
 int epCapture[MaxPly];

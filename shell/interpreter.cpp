@@ -115,8 +115,8 @@ void Level(const char* line) {
 }
 
 void NewGame() {
-  ClearHT();
   SetInitialPosition();
+  ResetForNewPosition();
   interpreter.colour = Black;
   engineFlags.post = 1;
   interpreter.sideToMove = White;

@@ -12,7 +12,9 @@
 #include "search/control.h"
 #include "search/hash.h"
 #include "search/pawns.h"
+#include "search/reset.h"
 #include "shell/epd.h"
+#include "shell/input.h"
 #include "shell/interpreter.h"
 #include "shell/settings.h"
 #include "tablebases/files.h"
@@ -30,6 +32,7 @@ static void InitBoardTables() {
 int main(int argc, char** argv) {
   setvbuf(stdout, nullptr, _IONBF, 0);
   setvbuf(stdin, nullptr, _IONBF, 0);
+  inputPoll = PollInput;
   DeleteFileQuietly("evaluate.debug");
   settings.epdOutput = false;
   engineFlags.bookUse = 1;
@@ -64,6 +67,7 @@ int main(int argc, char** argv) {
   }
   if (!settings.playMode) return 0;
   SetInitialPosition();
+  ResetForNewPosition();
   OpenBook("book.bin", "index.dat");
   LoadMasterBook("learn.txt", "learn.bin");
   MainLoop();

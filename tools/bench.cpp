@@ -24,6 +24,7 @@
 #include "search/eval.h"
 #include "search/hash.h"
 #include "search/pawns.h"
+#include "search/reset.h"
 #include "search/think.h"
 #include "tablebases/catalogue.h"
 #include "tablebases/files.h"
@@ -91,6 +92,7 @@ static int SearchBench(int depth) {
   const double start = Seconds();
   for (const char* fen : benchPositions) {
     SetPosition(fen);
+    ResetForNewPosition();
     NewGameRecord();
     gameRecord.moveCount = 40;  // past the opening-only terms, whatever the position
     TimeLeft = 1000000000;
@@ -115,6 +117,7 @@ static int EvalBench(const char* file, int rounds) {
   while (fgets(line, sizeof line, in)) {
     if (strlen(line) < 10) continue;
     SetPosition(line);
+    ResetForNewPosition();
     positions.push_back(pos);
   }
   fclose(in);
