@@ -1,12 +1,12 @@
-// The two points where the search forgets: a new position and a new search. Whatever the search
-// keeps between calls is reset in one of them or deliberately in neither.
+// The two places where the search's tables are cleared: for a new position and for a new search.
 #pragma once
 
 // Called by whoever sets up a position for the engine to search (after SetPosition, and for UCI's
 // "ucinewgame" and "Clear Hash"). Zeroes the transposition table, the pawn table and the history
 // table, sets the lazy-evaluation margin back to 2000, and builds the piece-square tables and the
 // castling-loss penalties for the position, restarting `psqScore` from them. The killer slots are
-// left as they are: a node resets the next ply's counts before it reads them.
+// cleared by neither reset: each node resets its children's counts, and a killer is played only
+// after a validity test.
 void ResetForNewPosition();
 
 // Called by Think at the start of every search. Zeroes the counter-move table and its depths, and
