@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds Ostrel twice, optimised (build/) and under AddressSanitizer and UndefinedBehaviorSanitizer
+# Checks that no layer includes a layer above it (tools/check-layers.sh), then builds Ostrel
+# twice, optimised (build/) and under AddressSanitizer and UndefinedBehaviorSanitizer
 # (build-sanitize/), and runs every test in both; then builds the fuzz harnesses with clang
 # (build-fuzz/) and runs each briefly on its seed corpus, cross-builds for Windows and tries it
 # under wine, and builds, installs and tries the Debian package. On a fresh Debian machine it
@@ -24,6 +25,7 @@ build_and_test() {
   (cd "$dir" && ctest --output-on-failure -j "$jobs")
 }
 
+bash tools/check-layers.sh
 build_and_test build -DCMAKE_BUILD_TYPE=Release -DOSTREL_TESTS=ON
 build_and_test build-sanitize -DOSTREL_TESTS=ON -DOSTREL_SANITIZE=ON -DCMAKE_BUILD_TYPE=RelWithDebInfo
 build_and_test build-fuzz -DCMAKE_CXX_COMPILER=clang++ -DOSTREL_FUZZ=ON -DOSTREL_SANITIZE=ON \

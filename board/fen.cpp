@@ -6,8 +6,7 @@
 #include "board/keys.h"
 #include "board/output.h"
 #include "board/position.h"
-#include "search/psqtables.h"
-#include "search/reset.h"
+#include "board/psqscore.h"
 
 Position pos;
 
@@ -122,7 +121,6 @@ static void ComputeKeys() {
 }
 
 void SetPosition(const char* text) {
-  ClearSearchState();
   pos.ttAge = 0;
   for (int& b : pos.board) b = 0;
   for (auto& side : pos.pieces)
@@ -143,7 +141,6 @@ void SetPosition(const char* text) {
   ComputeDerived();
   CheckCastling();
   ComputeCounts();
-  BuildPieceSquareTables();
   pos.psqScore = ComputePsqScore();
   for (int side = Black; side <= White; side++)
     for (int type = Pawn; type <= Queen; type++) pos.typeCount[side][type] = PopCount(pos.pieces[side][pieceSlot[type]]);

@@ -6,6 +6,8 @@
 // Decodes the first four FEN fields (placement, side, castling, en passant) into the global
 // position; the rest of the text is ignored. Faults are reported on standard output and
 // decoding goes on with what was read, so a caller needing a sound position checks it itself.
+// Board work only: `psqScore` is summed from the piece-square tables as they stand, and a
+// position meant for the engine to search is followed by the search's ResetForNewPosition.
 void SetPosition(const char* text);
 
 // The initial position with all four castling rights.

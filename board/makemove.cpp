@@ -7,7 +7,7 @@
 #include "board/movegen.h"
 #include "board/notation.h"
 #include "board/output.h"
-#include "search/psqtables.h"
+#include "board/psqscore.h"
 
 UndoRecord undoStack[MaxPly];
 int epCapture[MaxPly];

@@ -63,5 +63,8 @@ extern bool bookListings;
 // Opens the two files for the run; says why when there is no book.
 void OpenBook(const char* bookName, const char* indexName);
 
-// A move for `side` from the book (master book first, then game statistics), or 0.
-Move ProbeBook(int side);
+// A move for `side` from the book (master book first, then game statistics), or 0. `edited`: the
+// game did not start from the initial position, so the master book's lines do not apply.
+// `analysing`: the listing reads as an analysis line and the best move is taken instead of a
+// random candidate.
+Move ProbeBook(int side, bool edited, bool analysing);

@@ -13,7 +13,6 @@
 #include "board/output.h"
 #include "book/book.h"
 #include "book/master.h"
-#include "search/control.h"
 
 namespace {
 
@@ -116,7 +115,7 @@ void OpenBook(const char* bookName, const char* indexName) {
   if (!openingBook.bookFile) Print("Cannot open index book \n");
 }
 
-Move ProbeBook(int side) {
+Move ProbeBook(int side, bool edited, bool analysing) {
   if (!openingBook.bookFile) return 0;
 
   const int n = int(GenerateLegal(bookMoves, side) - bookMoves);
@@ -125,7 +124,7 @@ Move ProbeBook(int side) {
 
   memset(bookScores, 0, sizeof bookScores);
   // The master book's lines start from the initial position, so an edited board has none.
-  if (!engineFlags.edit) {
+  if (!edited) {
     static Move gameMoves[MaxGameMoves];
     const int played = gameRecord.moveCount;
     for (int i = 0; i < played; i++) gameMoves[i] = gameRecord.slots[i].move;
@@ -148,7 +147,7 @@ Move ProbeBook(int side) {
   if (n == 0 || bookScores[0] <= 0) return 0;
 
   if (bookListings) {
-    Print("%s", engineFlags.analyze ? "1.\t0\t0\t0\t0 Book moves : " : "Best book moves in this position : ");
+    Print("%s", analysing ? "1.\t0\t0\t0\t0 Book moves : " : "Best book moves in this position : ");
     for (int i = 0; i < n; i++)
       if (bookScores[i]) Print("%s (%d) ", MoveText(bookMoves[i]), bookScores[i]);
     Print("\n");
@@ -162,7 +161,7 @@ Move ProbeBook(int side) {
     }
   }
 
-  if (engineFlags.analyze) return bookMoves[0];
+  if (analysing) return bookMoves[0];
 
   // The clock seeds the C generator only to the second; the additive generator keeps choices
   // made within one second apart. The counts decide who is a candidate, not how likely it is.

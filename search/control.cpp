@@ -1,7 +1,6 @@
 #include "search/control.h"
 
 #include "platform/platform.h"
-#include "shell/input.h"
 
 int32_t TimeLeft;
 int32_t LastClock;
@@ -11,6 +10,7 @@ uint32_t QNodeCount;
 int SelDepth;
 EngineFlags engineFlags;
 GameClock gameClock;
+InputPoll inputPoll;
 
 int32_t ClockCentiseconds() { return int32_t(ClockMilliseconds() / 10); }
 
@@ -21,6 +21,6 @@ bool CheckTime() {
   TimeLeft -= now - LastClock;
   LastClock = now;
   if (TimeLeft < 1) return true;
-  PollInput();
+  if (inputPoll) inputPoll();
   return TimeLeft < 1;
 }

@@ -47,6 +47,12 @@ int32_t ClockCentiseconds();
 // stands. Harmless when no search runs: each one sets its own budget when it starts.
 void StopSearch();
 
+// The shell's input poll. A command may stop or redirect a running search, so the search must
+// listen; it cannot name the shell, which lies above it, so the shell installs its poll here at
+// start-up. Left null where nobody talks to the search (tools, most tests).
+typedef void (*InputPoll)();
+extern InputPoll inputPoll;
+
 // Charges the time since LastClock to TimeLeft and polls the input; called every 2,048 nodes.
 // Returns true when the search must stop.
 bool CheckTime();

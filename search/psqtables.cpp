@@ -4,7 +4,6 @@
 #include "board/game.h"
 #include "board/position.h"
 
-int pieceSquareTables[2][7][64];
 int castlingLossPenalty[2];
 
 // White's tables, drawn with rank 8 on top as on a diagram; Black reads them mirrored.
@@ -110,14 +109,4 @@ void BuildPieceSquareTables() {
       pieceSquareTables[side][King][s] = king[whiteSquare ^ 56];
     }
   }
-}
-
-int ComputePsqScore() {
-  int score = 0;
-  for (int s = 0; s < 64; s++) {
-    const int v = pos.board[s];
-    if (v > 0) score += pieceSquareTables[White][v][s];
-    else if (v < 0) score -= pieceSquareTables[Black][-v][s];
-  }
-  return score;
 }

@@ -11,7 +11,7 @@
 #include "search/search.h"
 
 uint32_t FullEvalCount;
-int LazyMargin = 2000;
+int LazyMargin = InitialLazyMargin;
 
 // A capture must be able to lift the score to alpha with this much to spare.
 constexpr int DeltaMargin = 800;

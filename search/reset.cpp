@@ -1,15 +1,30 @@
 #include "search/reset.h"
 
+#include <cstring>
+
+#include "board/position.h"
 #include "search/hash.h"
 #include "search/pawns.h"
+#include "search/psqtables.h"
 #include "search/search.h"
 
-// Each table the search keeps about a position adds its clear here, so that setting a position
-// keeps a single reset point.
-void ClearSearchState() {
+static void RebuildPieceSquareTables() {
+  BuildPieceSquareTables();
+  pos.psqScore = ComputePsqScore();
+}
+
+void ResetForNewPosition() {
   ClearHT();
   ClearPawnTable();
-  ResetSearchHistory();
+  memset(HistoryTable, 0, sizeof HistoryTable);
+  LazyMargin = InitialLazyMargin;
+  RebuildPieceSquareTables();
+}
+
+void ResetForNewSearch() {
+  RebuildPieceSquareTables();
+  memset(CounterMoveTable, 0, sizeof CounterMoveTable);
+  memset(CounterMoveDepth, 0, sizeof CounterMoveDepth);
 }
 
 void AgeHistory() {

@@ -35,11 +35,6 @@ constexpr int NullReduction = 300, DeepNullReduction = 400, DeepNullFrom = 600;
 constexpr int IidReduction = 200;
 constexpr int KillerOneBonus = 5000000, KillerTwoBonus = 2500000;
 
-void ResetSearchHistory() {
-  memset(HistoryTable, 0, sizeof HistoryTable);
-  LazyMargin = 2000;
-}
-
 void UpdateKillers(Move m, int ply) {
   if (!m) return;
   KillerSlot* k = KillerTable[ply];

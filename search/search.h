@@ -35,6 +35,7 @@ extern FollowPvCursor FollowPv;
 extern uint32_t FailHighCount;
 extern uint32_t FullEvalCount;
 extern int LazyMargin;  // grows to the largest gap ever seen between the two evaluation stages
+constexpr int InitialLazyMargin = 2000;
 
 // One full-width node. Returns 0 at once when TimeLeft falls below 1: callers test TimeLeft after
 // every child before trusting a score.
@@ -45,6 +46,3 @@ int Quiesce(int alpha, int beta, int ply, int depth, int side);
 
 // Killer bookkeeping for a move that was best or refuted at `ply` (the driver uses it at the root).
 void UpdateKillers(Move m, int ply);
-
-// Zeroes the history table and resets the lazy-evaluation margin (a new position was set up).
-void ResetSearchHistory();

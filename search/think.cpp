@@ -13,7 +13,7 @@
 #include "board/repetition.h"
 #include "search/control.h"
 #include "search/hash.h"
-#include "search/psqtables.h"
+#include "search/reset.h"
 
 ThinkResult thinkResult;
 int32_t thinkTime;
@@ -139,18 +139,13 @@ Move Think(int side, int maxDepth, int flags) {
   // Step 1: nothing to think about with bare kings.
   if (!pos.pieceCount[White] && !pos.pieceCount[Black] && !pos.pawnCount[White] && !pos.pawnCount[Black]) return 0;
 
-  // Step 2. The king's table follows the material now on the board and the castling penalty the
-  // game's length, so the tables are built afresh for every search and the incremental
-  // piece-square sum restarted from them.
-  BuildPieceSquareTables();
-  pos.psqScore = ComputePsqScore();
-  memset(CounterMoveTable, 0, sizeof CounterMoveTable);
-  memset(CounterMoveDepth, 0, sizeof CounterMoveDepth);
+  // Step 2
+  ResetForNewSearch();
   if (!thinkReporter) Print("epd diagram : %s\n", PositionToEpd());
 
   // Step 3
   if (engineFlags.bookUse)
-    if (const Move bookMove = ProbeBook(side)) return bookMove;
+    if (const Move bookMove = ProbeBook(side, engineFlags.edit, engineFlags.analyze)) return bookMove;
 
   // Step 4
   const int32_t start = ClockCentiseconds();

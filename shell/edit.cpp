@@ -7,8 +7,9 @@
 #include "board/display.h"
 #include "board/fen.h"
 #include "board/game.h"
+#include "board/position.h"
 #include "search/control.h"
-#include "search/hash.h"
+#include "search/reset.h"
 #include "shell/input.h"
 #include "shell/interpreter.h"
 
@@ -71,8 +72,8 @@ void EditMode() {
   printf("EDIT MODE : wtm = %d\n", interpreter.sideToMove);
   printf("str = %s\n", fen);
   SetPosition(fen);
+  ResetForNewPosition();
   NewGameRecord();
-  ClearHT();
   gameClock.engineTime = gameClock.opponentTime = 6000;
   engineFlags.force = 0;
   engineFlags.edit = 1;

@@ -9,6 +9,7 @@
 #include "search/control.h"
 #include "search/hash.h"
 #include "search/pawns.h"
+#include "search/reset.h"
 #include "search/think.h"
 #include "shell/settings.h"
 
@@ -84,6 +85,7 @@ void Analyse(const char* epdFile, const char* resultFile, int timeLimit, int dep
     if (report) fprintf(report, "Analysing position : %s", line);
     printf("Analysing position : %s", line);
     SetPosition(line);
+    ResetForNewPosition();
     NewGameRecord();
 
     Move expected = 0;

@@ -112,8 +112,8 @@ void Level(const char* line) {
 }
 
 void NewGame(const char*) {
-  ClearHT();
   SetInitialPosition();
+  ResetForNewPosition();
   interpreter.colour = Black;
   engineFlags.post = 1;
   interpreter.sideToMove = White;

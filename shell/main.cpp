@@ -9,8 +9,10 @@
 #include "platform/platform.h"
 #include "search/control.h"
 #include "search/hash.h"
+#include "search/reset.h"
 #include "search/startup.h"
 #include "shell/epd.h"
+#include "shell/input.h"
 #include "shell/interpreter.h"
 #include "shell/settings.h"
 #include "tablebases/files.h"
@@ -21,6 +23,7 @@ constexpr int BookBuildingHashBits = 17;
 int main(int argc, char** argv) {
   setvbuf(stdout, nullptr, _IONBF, 0);
   setvbuf(stdin, nullptr, _IONBF, 0);
+  inputPoll = PollInput;
   DeleteFileQuietly("evaluate.debug");
   settings.epdOutput = false;
   engineFlags.bookUse = 1;
@@ -55,6 +58,7 @@ int main(int argc, char** argv) {
   }
   if (!settings.playMode) return 0;
   SetInitialPosition();
+  ResetForNewPosition();
   OpenBook("book.bin", "index.dat");
   LoadMasterBook("learn.txt", "learn.bin");
   MainLoop();

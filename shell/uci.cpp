@@ -160,6 +160,7 @@ void SetGameBase(const char* base) {
     printf("info string invalid position, the initial one is set instead\n");
     SetInitialPosition();
   }
+  ResetForNewPosition();
   NewGameRecord();
   snprintf(gameBase, sizeof gameBase, "%s", base);
   // The master book's lines start from the initial position and hold for no other start.
@@ -336,7 +337,7 @@ void SetOption(const char* line) {
     printf("info string ");
     InitHT(bits);
   } else if (SameWord(option, "Clear Hash")) {
-    ClearSearchState();
+    ResetForNewPosition();
   } else if (SameWord(option, "OwnBook")) {
     ownBook = SameWord(value, "true");
   } else if (SameWord(option, "TablebasePath")) {
@@ -356,7 +357,7 @@ void Run(char* line) {
   } else if (!strcmp(line, "isready")) {
     printf("readyok\n");
   } else if (!strcmp(line, "ucinewgame")) {
-    ClearSearchState();
+    ResetForNewPosition();
     gameBase[0] = '\0';
   } else if (!strcmp(line, "position")) {
     Position(args);
@@ -378,6 +379,7 @@ void UciLoop() {
   thinkReporter = Report;
   bookListings = false;
   SetInitialPosition();
+  ResetForNewPosition();
   initialPositionKey = pos.hashKey;
   PrintIdentity();
   for (;;) {

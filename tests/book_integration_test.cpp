@@ -15,6 +15,7 @@
 #include "book/builder.h"
 #include "book/master.h"
 #include "search/control.h"
+#include "search/reset.h"
 #include "search/think.h"
 #include "tests/scratch_dir.h"
 
@@ -49,6 +50,7 @@ class BooksTogether : public testing::Test {
   static std::string AnswerAfterOneE4E5() {
     testing::internal::CaptureStdout();
     SetInitialPosition();
+    ResetForNewPosition();
     NewGameRecord();
     PlayGameMove(E2, E4, 0);
     PlayGameMove(E7, E5, 0);
@@ -96,7 +98,7 @@ TEST_F(BooksTogether, AMarkedMasterMoveOutweighsTheStatistics) {
   PlayGameMove(E2, E4, 0);
   PlayGameMove(E7, E5, 0);
   engineFlags.analyze = 1;
-  const Move m = ProbeBook(White);
+  const Move m = ProbeBook(White, engineFlags.edit, engineFlags.analyze);
   const std::string out = testing::internal::GetCapturedStdout();
   EXPECT_EQ(std::string(CoordinateText(m)), "g1f3");
   EXPECT_EQ(out.find("Score Moves :"), std::string::npos);

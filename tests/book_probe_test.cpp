@@ -112,7 +112,7 @@ class BookProbe : public testing::Test {
   }
   Move Probe(std::string& output) {
     testing::internal::CaptureStdout();
-    const Move m = ProbeBook(side);
+    const Move m = ProbeBook(side, engineFlags.edit, engineFlags.analyze);
     output = testing::internal::GetCapturedStdout();
     return m;
   }

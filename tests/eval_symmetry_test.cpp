@@ -12,6 +12,7 @@
 #include "board/movegen.h"
 #include "board/position.h"
 #include "search/eval.h"
+#include "search/reset.h"
 #include "tests/position_check.h"
 
 namespace {
@@ -29,10 +30,12 @@ struct Checked {
 void CheckSymmetry(const std::string& fen, Checked& checked) {
   testing::internal::CaptureStdout();
   SetPosition(fen.c_str());
+  ResetForNewPosition();
   const bool skip = GateAsymmetric() || !pos.pieces[White][KingSlot] || !pos.pieces[Black][KingSlot];
   const int score = Evaluate(pos.sideToMove);
   const std::string mirror = ostrel_test::MirroredFen();
   SetPosition(mirror.c_str());
+  ResetForNewPosition();
   const bool skipMirror = GateAsymmetric();
   const int mirrored = Evaluate(pos.sideToMove);
   testing::internal::GetCapturedStdout();

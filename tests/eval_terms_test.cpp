@@ -5,6 +5,7 @@
 #include "board/game.h"
 #include "search/eval.h"
 #include "search/psqtables.h"
+#include "search/reset.h"
 
 namespace {
 
@@ -13,6 +14,7 @@ int SecondStage(const char* fen, int halfMoves = 40, int toMove = -1) {
   gameRecord.moveCount = halfMoves;
   testing::internal::CaptureStdout();
   SetPosition(fen);
+  ResetForNewPosition();
   testing::internal::GetCapturedStdout();
   return EvaluateSecondStage(ProbePawnTable(), toMove < 0 ? pos.sideToMove : toMove);
 }

@@ -9,6 +9,7 @@
 #include "board/fen.h"
 #include "search/control.h"
 #include "search/hash.h"
+#include "search/reset.h"
 #include "search/think.h"
 #include "tests/engine_process.h"
 
@@ -48,6 +49,7 @@ TEST(FuzzRegression, SearchThatTakesAKingLeavesThePositionAsItFoundIt) {
   for (const char* fen : positions) {
     for (int depth = 3; depth <= 5; depth++) {
       SetPosition(fen);
+      ResetForNewPosition();
       static Position before;
       memcpy(&before, &pos, sizeof pos);
       gameClock = GameClock{};

@@ -4,6 +4,7 @@
 #include "board/fen.h"
 #include "search/eval.h"
 #include "search/pawns.h"
+#include "search/reset.h"
 
 // Entries are packed, so their fields are read by value: a reference to one may be misaligned.
 namespace {
@@ -11,6 +12,7 @@ namespace {
 const PawnEntry& Formation(const char* fen) {
   testing::internal::CaptureStdout();
   SetPosition(fen);
+  ResetForNewPosition();
   testing::internal::GetCapturedStdout();
   return ProbePawnTable();
 }
@@ -67,7 +69,7 @@ TEST(PawnTable, HitGivesTheStoredEntry) {
   EXPECT_EQ(memcmp(&fresh, &again, sizeof fresh), 0);
 }
 
-TEST(PawnTable, SetPositionEmptiesTheTable) {
+TEST(PawnTable, ANewPositionEmptiesTheTable) {
   Formation("4k3/8/8/8/8/8/PPP5/4K3 w - -");
   const uint64_t key = pos.pawnKey;
   Formation("4k3/8/8/8/8/8/8/4K3 w - -");

@@ -8,6 +8,7 @@
 #include "search/control.h"
 #include "search/hash.h"
 #include "search/psqtables.h"
+#include "search/reset.h"
 #include "search/think.h"
 #include "shell/interpreter.h"
 
@@ -46,6 +47,7 @@ class SearchRules : public testing::Test {
 TEST_F(SearchRules, KingTableFollowsTradesMadeInTheGame) {
   testing::internal::CaptureStdout();
   SetPosition("3qk3/4p3/8/8/8/8/4P3/3QK3 w - -");
+  ResetForNewPosition();
   testing::internal::GetCapturedStdout();
   Play({"d1d8", "e8d8", "e1d2"});  // the queens come off: a pawn ending
   ThinkBriefly();

@@ -16,6 +16,7 @@
 #include "search/control.h"
 #include "search/hash.h"
 #include "search/movelist.h"
+#include "search/reset.h"
 #include "search/search.h"
 #include "search/think.h"
 
@@ -34,6 +35,7 @@ class SearchTest : public testing::Test {
   static void Set(const char* fen) {
     testing::internal::CaptureStdout();
     SetPosition(fen);
+    ResetForNewPosition();
     NewGameRecord();
     gameRecord.moveCount = 40;
     testing::internal::GetCapturedStdout();
@@ -219,6 +221,7 @@ TEST_F(SearchTest, TimeBudgetFromTheClock) {
 
 TEST_F(SearchTest, EngineMovePlaysAndAnnounces) {
   SetInitialPosition();
+  ResetForNewPosition();
   NewGameRecord();
   gameClock.fixedDepth = 3;
   testing::internal::CaptureStdout();

@@ -14,6 +14,7 @@
 
 #include "board/fen.h"
 #include "board/position.h"
+#include "search/reset.h"
 #include "search/search.h"
 #include "tablebases/catalogue.h"
 #include "tablebases/files.h"
@@ -137,6 +138,7 @@ class TablebaseProbeTest : public testing::Test {
   static bool Probe(const char* fen, int* score) {
     testing::internal::CaptureStdout();
     SetPosition(fen);
+    ResetForNewPosition();
     testing::internal::GetCapturedStdout();
     return ProbeTablebase(pos.sideToMove, score);
   }

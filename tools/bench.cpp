@@ -22,6 +22,7 @@
 #include "search/eval.h"
 #include "search/hash.h"
 #include "search/pawns.h"
+#include "search/reset.h"
 #include "search/startup.h"
 #include "search/think.h"
 #include "tablebases/catalogue.h"
@@ -90,6 +91,7 @@ static int SearchBench(int depth) {
   const double start = Seconds();
   for (const char* fen : benchPositions) {
     SetPosition(fen);
+    ResetForNewPosition();
     NewGameRecord();
     gameRecord.moveCount = 40;  // past the opening-only terms, whatever the position
     TimeLeft = 1000000000;
@@ -114,6 +116,7 @@ static int EvalBench(const char* file, int rounds) {
   while (fgets(line, sizeof line, in)) {
     if (strlen(line) < 10) continue;
     SetPosition(line);
+    ResetForNewPosition();
     positions.push_back(pos);
   }
   fclose(in);

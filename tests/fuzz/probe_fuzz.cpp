@@ -53,7 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   engineFlags.bookUse = 1;
   engineFlags.analyze = data[0] / 6 % 2;
   OpenBook("book.bin", "index.dat");
-  const Move m = ProbeBook(pos.sideToMove);
+  const Move m = ProbeBook(pos.sideToMove, engineFlags.edit, engineFlags.analyze);
   Move* end = GenerateLegal(moves, pos.sideToMove);
   if (m && std::find(moves, end, m) == end) abort();
   return 0;

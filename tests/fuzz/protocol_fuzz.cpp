@@ -40,6 +40,7 @@ bool MoveFileIntoPlace(const char* from, const char* to) { return rename(from, t
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   StartFuzzing();
+  inputPoll = PollInput;
   return 0;
 }
 

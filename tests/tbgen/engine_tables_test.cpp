@@ -14,6 +14,7 @@
 #include "search/control.h"
 #include "search/hash.h"
 #include "search/pawns.h"
+#include "search/reset.h"
 #include "search/think.h"
 #include "tablebases/files.h"
 #include "tablebases/probe.h"
@@ -47,6 +48,7 @@ class EngineWithTables : public testing::Test {
   static void Set(const char* fen) {
     testing::internal::CaptureStdout();
     SetPosition(fen);
+    ResetForNewPosition();
     NewGameRecord();
     testing::internal::GetCapturedStdout();
   }
