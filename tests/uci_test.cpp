@@ -164,47 +164,6 @@ TEST_F(Uci, MovesWithinEvenTheShortestClocks) {
   }
 }
 
-// A game of the engine against itself as a UCI GUI holds it, refereed here on real clocks: each
-// side gets the whole game so far and its clock, and must answer legally within that clock.
-TEST(UciGame, PlaysLegallyWithinItsClockToTheEnd) {
-  constexpr int Plies = 160;
-  constexpr double IncrementMs = 100;
-  EngineProcess engines[2];
-  for (EngineProcess& e : engines) {
-    ASSERT_TRUE(StartEngine(e));
-    ASSERT_TRUE(Send(e, "uci") && WaitForExact(e, "uciok", ReplyMs) && Send(e, "ucinewgame"));
-  }
-  double clocks[2] = {4000, 4000};  // [Black, White], as the engine's sides
-  std::string moves;
-  SetInitialPosition();
-  NewGameRecord();
-  for (int ply = 0; ply < Plies; ply++) {
-    const int side = gameRecord.sideToMove;
-    Move legal[MaxMoves];
-    const Move* end = GenerateLegal(legal, side);
-    if (end == legal) break;  // mate or stalemate
-    EngineProcess& e = engines[ply % 2];
-    char go[96];
-    snprintf(go, sizeof go, "go wtime %d btime %d winc %d binc %d", int(clocks[White]), int(clocks[Black]),
-             int(IncrementMs), int(IncrementMs));
-    ASSERT_TRUE(Send(e, "position startpos" + (moves.empty() ? "" : " moves" + moves)));
-    const auto sent = Clock::now();
-    std::string reply;
-    ASSERT_TRUE(Send(e, go) && WaitForPrefix(e, "bestmove ", ReplyMs, &reply)) << Tail(e);
-    clocks[side] -= MsSince(sent);
-    ASSERT_GT(clocks[side], 0) << "lost on time at ply " << ply << ": " << go;
-    clocks[side] += IncrementMs;
-    const std::string text = reply.substr(9, reply.find(' ', 9) - 9);
-    int from, to, promotion;
-    ASSERT_TRUE(ReadCoordinateMove(text.c_str(), from, to, promotion)) << reply;
-    ASSERT_TRUE(std::any_of(static_cast<const Move*>(legal), end, [&](Move m) {
-      return MoveFrom(m) == from && MoveTo(m) == to && MovePromotion(m) == promotion;
-    })) << "illegal " << text << " after" << moves;
-    PlayGameMove(from, to, promotion);
-    moves += " " + text;
-  }
-}
-
 TEST(UciTime, PlansStayWithinTheClockAndUseTheIncrement) {
   for (int64_t clock : {1, 20, 50, 400, 2000, 60000, 3600000})
     for (int64_t increment : {0, 50, 600})
