@@ -45,29 +45,38 @@ TEST(FuzzRegression, SearchThatTakesAKingLeavesThePositionAsItFoundIt) {
   }
 }
 
-// Text far longer than any line: the decoder must stay inside its tables and build a sound
-// position, and SAN must name a legal move or none.
-TEST(FuzzRegression, HugeTextDecodesSoundly) {
+// Text far longer than any line, every prefix of a position and tokens that are nearly SAN: the
+// decoder must stay inside its tables and build a sound position, and SAN must name a legal move
+// or none. (The unit tests run in every build; the fuzzers only in their own.)
+TEST(FuzzRegression, OddTextDecodesSoundly) {
   constexpr size_t Huge = 100 * 1024;
+  const std::string full = "rnb1k2r/pp1p1p1p/1q1P4/2pnpPp1/6P1/2N5/PP1BP2P/R2QKBNR w KQkq e6 0 1";
   std::string ranks, random;
   while (ranks.size() < Huge) ranks += "8/";
   ostrel_test::TestRandom r(0x100);
   for (size_t i = 0; i < Huge; i++) random += char(1 + r.Below(255));
-  for (const std::string& text :
-       {std::string(Huge, 'x'), std::string(Huge, '/'), std::string(Huge, '1'), std::string(Huge, '9'),
-        std::string(Huge, 'P'), std::string(Huge, 'k'), std::string(Huge, ' '), random, ranks,
-        "8/8/8/8/8/8/8/8 w " + std::string(Huge, 'K'), "4k3/8/8/8/8/8/8/4K3 b KQkq " + std::string(Huge, 'e')}) {
+  std::vector<std::string> texts = {std::string(Huge, 'x'), std::string(Huge, '/'), std::string(Huge, '1'),
+                                    std::string(Huge, '9'), std::string(Huge, 'P'), std::string(Huge, 'k'),
+                                    std::string(Huge, ' '), random, ranks, "8/8/8/8/8/8/8/8 w " + std::string(Huge, 'K'),
+                                    "4k3/8/8/8/8/8/8/4K3 b KQkq " + std::string(Huge, 'e'), "rnbqkbnr w KQkq e6", " b"};
+  for (size_t n = 0; n <= full.size(); n++) texts.push_back(full.substr(0, n));
+  for (const std::string& text : texts) {
     ostrel_test::SetPositionQuietly(text);
     EXPECT_EQ(CheckPosition(), "") << text.substr(0, 40);
   }
-  ostrel_test::SetPositionQuietly("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -");
-  Move legal[MaxMoves];
-  const Move* end = GenerateLegal(legal, White);
-  for (const std::string& token : {std::string(Huge, 'N'), "e4" + std::string(Huge, '+'), "O-O" + std::string(Huge, 'O'),
-                                   random}) {
-    Move m = 0;
-    Captured([&] { m = ParseSan(token.c_str(), White); });
-    EXPECT_TRUE(!m || std::find(static_cast<const Move*>(legal), end, m) != end) << token.substr(0, 20);
+  const std::vector<std::string> tokens = {
+      std::string(Huge, 'N'), "e4" + std::string(Huge, '+'), "O-O" + std::string(Huge, 'O'), random, "", "O-O+",
+      "Z5", "1-0", "1/2-1/2", "Nxx", "e", "e9", "a0", "hx", "x", "O-O-O", "o-o", "O", "o-o-o-o", "Kx", "Nb", "N1",
+      "R1x", "Qh9", "B0a", "exd", "e8=", "ex", "N1x", "Nbx", "b\t", "dxe6", "Nge2", "Bb5+", "O-O"};
+  for (const char* fen : {"r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -", full.c_str()}) {
+    ostrel_test::SetPositionQuietly(fen);
+    Move legal[MaxMoves];
+    const Move* end = GenerateLegal(legal, White);
+    for (const std::string& token : tokens) {
+      Move m = 0;
+      Captured([&] { m = ParseSan(token.c_str(), White); });
+      EXPECT_TRUE(!m || std::find(static_cast<const Move*>(legal), end, m) != end) << token.substr(0, 20);
+    }
   }
 }
 
