@@ -50,7 +50,8 @@ std::string EveryByte() {
   return line;
 }
 
-const char* const promotionPosition = "str = k1111111/1111P111/11111111/11111111/11111111/11111111/11111111/1111K111 w";
+const char* const promotionPosition =
+    "str = k1111111/1111P111/11111111/11111111/11111111/11111111/11111111/1111K111 w";
 
 const std::vector<Session> sessions = {
     {"StartUpEchoesArgumentsAndReportsUnknownOnes", {"word", "-bar", "-hashsize", "19"},
@@ -68,9 +69,10 @@ const std::vector<Session> sessions = {
       "feature reuse=0", "feature time=1", "feature san=0", "feature done=1"}},
     // Both announced variants are refused all the same: GUIs only send one for a non-standard game.
     {"SettingsAndVariantsAreAnswered", {},
-     {"> variant nocastle", "> variant normal", "> sd 3", "> st 2", "> hash 64", "Error: unsupported variant.",
-      "Error: unsupported variant.", "search depth mode sd = 3", "search time mode st = 2", "pawn hash = 7864320",
-      "x1 = [59244544]", "x2 = [3702784]", "x3 = [1851392]", "InitHT [21]"}},
+     {"> variant nocastle", "> variant normal", "> sd 3", "> st 2", "> hash 64",
+      "Error: unsupported variant.", "Error: unsupported variant.", "search depth mode sd = 3",
+      "search time mode st = 2", "pawn hash = 7864320", "x1 = [59244544]", "x2 = [3702784]",
+      "x3 = [1851392]", "InitHT [21]"}},
     // The pauses read from the same input, exactly two lines; the line after them is read as usual.
     {"HelpPausesTwiceThenShowsTheBanner", {},
      {"> help", "> skipped", "> ", "> version", "Command line options :", "press enter to continue",
@@ -83,23 +85,24 @@ const std::vector<Session> sessions = {
     // setboard, name and playother are announced but not handled: a GUI's setboard changes nothing.
     {"CommandsWithoutHandlerAreIgnoredSilently", {},
      {"> setboard 8/8/8/8/8/8/8/K6k w - - 0 1", "> name Somebody", "> playother", "> computer", "> random",
-      "> accepted usermove", "> rejected san", "> ping 7", "> bk", "> xyzzy 12", "> print", "!Error*", "!Illegal*",
-      "!pong*", "board rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR"}},
+      "> accepted usermove", "> rejected san", "> ping 7", "> bk", "> xyzzy 12", "> print", "!Error*",
+      "!Illegal*", "!pong*", "board rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR"}},
     // new gives the engine Black; after its first move it answers every move by itself.
     {"GoPlaysOnlyForTheColourLastNamed", {},
-     {"> new", "> sd 3", "> go", "> black", "> go", "> white", "> go", "!move *", "Process Queue Line [white]",
-      "move *", "> e7e5", "move *"}},
+     {"> new", "> sd 3", "> go", "> black", "> go", "> white", "> go", "!move *",
+      "Process Queue Line [white]", "move *", "> e7e5", "move *"}},
     // e1g1 would castle through White's own pieces.
     {"MovesThatCannotBeFoundAreReported", {},
      {"> new", "> force", "> e2e5", "> e1g1", "Make move : cannot find move 12 36 0",
       "Make move : cannot find move 4 6 0"}},
     // A rejected move still hands the turn on, so the real one comes after a fresh set-up.
     {"PromotionNeedsItsLetterInEitherCase", {},
-     Joined({{"> new"}, Edit({"Ke1", "Pe7", "c", "Ka8"}), {promotionPosition, "> force", "> e7e8", "> print",
-             "Make move : cannot find move 52 60 0", "board k7/4P3/8/8/8/8/8/4K3", "> new"},
-             Edit({"Ke1", "Pe7", "c", "Ka8"}), {promotionPosition, "> force", "> e7e8q", "> print", "!Make move*",
-             "board k3Q3/8/8/8/8/8/8/4K3", "> undo", "> e7e8N", "> print", "!Make move*",
-             "board k3N3/8/8/8/8/8/8/4K3"}})},
+     Joined({{"> new"}, Edit({"Ke1", "Pe7", "c", "Ka8"}),
+             {promotionPosition, "> force", "> e7e8", "> print", "Make move : cannot find move 52 60 0",
+              "board k7/4P3/8/8/8/8/8/4K3", "> new"},
+             Edit({"Ke1", "Pe7", "c", "Ka8"}),
+             {promotionPosition, "> force", "> e7e8q", "> print", "!Make move*", "board k3Q3/8/8/8/8/8/8/4K3",
+              "> undo", "> e7e8N", "> print", "!Make move*", "board k3N3/8/8/8/8/8/8/4K3"}})},
     // Boards after each take-back; and the side the engine plays for, which undo flips and remove
     // keeps: the last go finds Black to move only if both were kept right.
     {"UndoAndRemoveTakeBackMoves", {},
@@ -115,8 +118,9 @@ const std::vector<Session> sessions = {
     {"EditModeBuildsThePositionThatIsThenPlayed", {},
      Joined({{"> new", "> sd 4"}, Edit({"Kg1", "Ra1", "Pb2", "xb2", "c", "Kh8", "Pg7", "Ph7"}),
              {"Entering Edit Mode", "Edit mode : got [#]", "Edit mode : got [xb2]", "Edit mode : got [.]",
-              "EDIT MODE : wtm = 1", "str = 1111111k/111111pp/11111111/11111111/11111111/11111111/11111111/R11111K1 w",
-              "> print", "board 7k/6pp/8/8/8/8/8/R5K1", "> white", "> go", "move a1a8", "1-0 {White Mates}"}})},
+              "EDIT MODE : wtm = 1",
+              "str = 1111111k/111111pp/11111111/11111111/11111111/11111111/11111111/R11111K1 w", "> print",
+              "board 7k/6pp/8/8/8/8/8/R5K1", "> white", "> go", "move a1a8", "1-0 {White Mates}"}})},
     // Squares off the board and unknown letters place nothing.
     {"EditModeIgnoresWhatNamesNoPlacement", {},
      Joined({Edit({"Ke1", "kz9", "ki1", "k", "x", "Pa0", "?", "c", "Ke8", "c", "Qd1"}),
@@ -126,7 +130,8 @@ const std::vector<Session> sessions = {
       "board rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR"}},
     // At depth 3 the engine finds that Rc5 Kb8 Rb5 Kc7 repeats, a draw score of exactly 0.
     {"DrawOfferFollowsTheLastSearchScore", {},
-     Joined({{"> draw", "I decline", "> new", "> sd 4"}, Edit({"Rb5", "Ng3", "Na1", "Kc1", "c", "Bc8", "Kc7", "Bg7", "Be1"}),
+     Joined({{"> draw", "I decline", "> new", "> sd 4"},
+             Edit({"Rb5", "Ng3", "Na1", "Kc1", "c", "Bc8", "Kc7", "Bg7", "Be1"}),
              {"> white", "> go", "3.\t0\t*", "move *", "> draw", "I accept"}})},
     {"AnalysisFollowsTheMovesAndExitEndsTheProcess", {},
      {"> new", "> force", "> analyze", "3.\t*", "> e2e4",
@@ -138,8 +143,8 @@ const std::vector<Session> sessions = {
     // reads as a move (the fifth character names no piece), so it is played.
     {"BadInputLeavesTheGameIntact", {},
      {"> new", "> force", "> e2e4", "> hello engine", EveryByte(), "> " + std::string(10000, 'x'),
-      "> " + std::string(10000, '7'), "> e4", "> Nf3", "> e7-e5", "> E7E5", "> e7e9", "> i7i5", "> e7e5x", "> sd",
-      "> st -5", "> hash", "> level x y z", "> time", "> otim abc", "> print",
+      "> " + std::string(10000, '7'), "> e4", "> Nf3", "> e7-e5", "> E7E5", "> e7e9", "> i7i5", "> e7e5x",
+      "> sd", "> st -5", "> hash", "> level x y z", "> time", "> otim abc", "> print",
       "board rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR"}},
     // Found by the fuzzers: clock figures beyond 32 bits, and two kings a side, where every root move
     // scores -Infinity.
@@ -151,7 +156,8 @@ const std::vector<Session> sessions = {
 };
 
 bool Matches(const std::string& line, const std::string& pattern) {
-  if (!pattern.empty() && pattern.back() == '*') return StartsWith(line, pattern.substr(0, pattern.size() - 1));
+  if (!pattern.empty() && pattern.back() == '*')
+    return StartsWith(line, pattern.substr(0, pattern.size() - 1));
   return line == pattern;
 }
 
@@ -204,19 +210,20 @@ TEST_P(Conformance, Session) {
           << "step " << step << ": board " << placement << "\n" << Tail(e);
     } else {
       const auto wanted = [&](const std::string& line) { return Matches(line, entry); };
-      EXPECT_TRUE(WaitForLine(e, wanted, ReplyMs, nullptr, &skipped)) << "step " << step << ": no " << entry << "\n"
-                                                                       << Tail(e);
+      EXPECT_TRUE(WaitForLine(e, wanted, ReplyMs, nullptr, &skipped))
+          << "step " << step << ": no " << entry << "\n" << Tail(e);
     }
     for (const std::string& line : skipped) EXPECT_FALSE(unwanted(line)) << "step " << step << ": " << line;
     forbidden.clear();
   }
   Send(e, "quit");
   ASSERT_TRUE(WaitForExit(e, ReplyMs)) << Tail(e);
-  EXPECT_TRUE(WIFEXITED(e.waitStatus) && WEXITSTATUS(e.waitStatus) == s.status) << e.waitStatus << "\n" << Tail(e);
+  EXPECT_TRUE(WIFEXITED(e.waitStatus) && WEXITSTATUS(e.waitStatus) == s.status)
+      << e.waitStatus << "\n" << Tail(e);
   for (size_t i = e.consumed; i < e.lines.size(); i++) EXPECT_FALSE(unwanted(e.lines[i])) << e.lines[i];
 }
 
-INSTANTIATE_TEST_SUITE_P(Xboard, Conformance, testing::ValuesIn(sessions),
-                         [](const testing::TestParamInfo<Session>& row) { return std::string(row.param.name); });
+std::string RowName(const testing::TestParamInfo<Session>& row) { return row.param.name; }
+INSTANTIATE_TEST_SUITE_P(Xboard, Conformance, testing::ValuesIn(sessions), RowName);
 
 }  // namespace

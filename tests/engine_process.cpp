@@ -50,7 +50,9 @@ void Reap(EngineProcess& e, bool wait) {
 
 }  // namespace
 
-bool StartsWith(const std::string& s, const std::string& prefix) { return s.compare(0, prefix.size(), prefix) == 0; }
+bool StartsWith(const std::string& s, const std::string& prefix) {
+  return s.compare(0, prefix.size(), prefix) == 0;
+}
 
 bool StartEngine(EngineProcess& e, const std::vector<std::string>& args) {
   // A write to an engine that has died must fail the test, not kill the test runner.
@@ -115,13 +117,15 @@ bool WaitForLine(EngineProcess& e, const LineTest& test, int timeoutMs, std::str
   }
 }
 
-bool WaitForExact(EngineProcess& e, const std::string& text, int timeoutMs, std::vector<std::string>* skipped) {
+bool WaitForExact(EngineProcess& e, const std::string& text, int timeoutMs,
+                  std::vector<std::string>* skipped) {
   return WaitForLine(e, [&](const std::string& l) { return l == text; }, timeoutMs, nullptr, skipped);
 }
 
 bool WaitForPrefix(EngineProcess& e, const std::string& prefix, int timeoutMs, std::string* found,
                    std::vector<std::string>* skipped) {
-  return WaitForLine(e, [&](const std::string& l) { return StartsWith(l, prefix); }, timeoutMs, found, skipped);
+  return WaitForLine(
+      e, [&](const std::string& l) { return StartsWith(l, prefix); }, timeoutMs, found, skipped);
 }
 
 void Collect(EngineProcess& e, int ms) {

@@ -63,10 +63,10 @@ TEST_F(EpdAnalysis, CountsFilesAndReport) {
 
   const std::string results = ReadFile("results.txt");
   EXPECT_EQ(results.rfind("Description : test engine\n\nAnalysing position : r1bqkb1r", 0), 0u) << results;
-  for (const char* text : {"Best move found !\npawn hashtable full : ", "\n\nRESULTS :\n\nnodes  = ",
-                           "positiones searched = 4\n", "best moves identified = 3\n",
-                           "  of which were not recognized = 1\n", "  from the rest, best moves found = 2 (100%)\n",
-                           "\nhash probes = ", "\npawn scores computed : "})
+  for (const char* text :
+       {"Best move found !\npawn hashtable full : ", "\n\nRESULTS :\n\nnodes  = ",
+        "positiones searched = 4\n", "best moves identified = 3\n", "  of which were not recognized = 1\n",
+        "  from the rest, best moves found = 2 (100%)\n", "\nhash probes = ", "\npawn scores computed : "})
     EXPECT_NE(results.find(text), std::string::npos) << text;
 }
 
@@ -92,7 +92,9 @@ TEST_F(EpdAnalysis, EpdModeWritesOnlyTheOperations) {
       EXPECT_NE(line.find(operation), std::string::npos) << line;
   }
   EXPECT_EQ(count, 4);
-  EXPECT_EQ(ReadFile("results.epd").rfind("r1bqkb1r/pppp1ppp/2n2n2/4p2Q/2B1P3/8/PPPP1PPP/RNB1K1NR w KQkq -  acd ", 0), 0u);
+  EXPECT_EQ(ReadFile("results.epd")
+                .rfind("r1bqkb1r/pppp1ppp/2n2n2/4p2Q/2B1P3/8/PPPP1PPP/RNB1K1NR w KQkq -  acd ", 0),
+            0u);
 }
 
 TEST_F(EpdAnalysis, MissingSuiteUnwritableResultAndBrokenPositions) {

@@ -87,7 +87,8 @@ TEST_F(FileSafety, FullDiskLeavesTheOldBook) {
   const std::string output = Build();
   setrlimit(RLIMIT_FSIZE, &saved);
   signal(SIGXFSZ, previous);
-  EXPECT_NE(output.find("Cannot write index for opening book index.dat (File too large)\n"), std::string::npos)
+  EXPECT_NE(output.find("Cannot write index for opening book index.dat (File too large)\n"),
+            std::string::npos)
       << output;
   EXPECT_EQ(ReadFile("book.bin"), goodBook);
   EXPECT_EQ(ReadFile("index.dat"), goodIndex);
@@ -96,7 +97,8 @@ TEST_F(FileSafety, FullDiskLeavesTheOldBook) {
 
 TEST_F(FileSafety, CutTemporaryFileSaysSoAndBuildsFromWholeRecords) {
   WriteFile("temp.dat", TempRecords(3) + std::string(7, 'x'));
-  EXPECT_NE(Build().find("Temp file temp.dat ends in 7 bytes of a cut record, left out\n"), std::string::npos);
+  EXPECT_NE(Build().find("Temp file temp.dat ends in 7 bytes of a cut record, left out\n"),
+            std::string::npos);
   EXPECT_EQ(ReadFile("book.bin").size(), 3 * sizeof(BookRecord));
   EXPECT_EQ(ReadFile("temp.dat").size(), 3 * 16 + 7u);
 }
@@ -116,9 +118,11 @@ TEST_F(FileSafety, UnwritableLearnBinKeepsTheBookInMemoryAndLearnTxt) {
 
 TEST_F(FileSafety, ShortIndexIsRefused) {
   BuildGoodBook();
-  for (const std::string& index : {goodIndex.substr(0, 100), goodIndex.substr(0, goodIndex.size() - 1), std::string()}) {
+  for (const std::string& index :
+       {goodIndex.substr(0, 100), goodIndex.substr(0, goodIndex.size() - 1), std::string()}) {
     WriteFile("index.dat", index);
-    EXPECT_EQ(Captured([] { OpenBook("book.bin", "index.dat"); }), "Index file size isn't right\n") << index.size();
+    EXPECT_EQ(Captured([] { OpenBook("book.bin", "index.dat"); }), "Index file size isn't right\n")
+        << index.size();
     EXPECT_EQ(openingBook.bookFile, nullptr);
   }
 }

@@ -55,19 +55,21 @@ TEST(FuzzRegression, OddTextDecodesSoundly) {
   while (ranks.size() < Huge) ranks += "8/";
   ostrel_test::TestRandom r(0x100);
   for (size_t i = 0; i < Huge; i++) random += char(1 + r.Below(255));
-  std::vector<std::string> texts = {std::string(Huge, 'x'), std::string(Huge, '/'), std::string(Huge, '1'),
-                                    std::string(Huge, '9'), std::string(Huge, 'P'), std::string(Huge, 'k'),
-                                    std::string(Huge, ' '), random, ranks, "8/8/8/8/8/8/8/8 w " + std::string(Huge, 'K'),
-                                    "4k3/8/8/8/8/8/8/4K3 b KQkq " + std::string(Huge, 'e'), "rnbqkbnr w KQkq e6", " b"};
+  std::vector<std::string> texts = {
+      std::string(Huge, 'x'), std::string(Huge, '/'), std::string(Huge, '1'), std::string(Huge, '9'),
+      std::string(Huge, 'P'), std::string(Huge, 'k'), std::string(Huge, ' '), random, ranks,
+      "8/8/8/8/8/8/8/8 w " + std::string(Huge, 'K'), "4k3/8/8/8/8/8/8/4K3 b KQkq " + std::string(Huge, 'e'),
+      "rnbqkbnr w KQkq e6", " b"};
   for (size_t n = 0; n <= full.size(); n++) texts.push_back(full.substr(0, n));
   for (const std::string& text : texts) {
     ostrel_test::SetPositionQuietly(text);
     EXPECT_EQ(CheckPosition(), "") << text.substr(0, 40);
   }
   const std::vector<std::string> tokens = {
-      std::string(Huge, 'N'), "e4" + std::string(Huge, '+'), "O-O" + std::string(Huge, 'O'), random, "", "O-O+",
-      "Z5", "1-0", "1/2-1/2", "Nxx", "e", "e9", "a0", "hx", "x", "O-O-O", "o-o", "O", "o-o-o-o", "Kx", "Nb", "N1",
-      "R1x", "Qh9", "B0a", "exd", "e8=", "ex", "N1x", "Nbx", "b\t", "dxe6", "Nge2", "Bb5+", "O-O"};
+      std::string(Huge, 'N'), "e4" + std::string(Huge, '+'), "O-O" + std::string(Huge, 'O'), random, "",
+      "O-O+", "Z5", "1-0", "1/2-1/2", "Nxx", "e", "e9", "a0", "hx", "x", "O-O-O", "o-o", "O", "o-o-o-o", "Kx",
+      "Nb", "N1", "R1x", "Qh9", "B0a", "exd", "e8=", "ex", "N1x", "Nbx", "b\t", "dxe6", "Nge2", "Bb5+",
+      "O-O"};
   for (const char* fen : {"r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -", full.c_str()}) {
     ostrel_test::SetPositionQuietly(fen);
     Move legal[MaxMoves];
@@ -82,7 +84,8 @@ TEST(FuzzRegression, OddTextDecodesSoundly) {
 
 // Far more moves than any real game allows (279 for White here); every list must hold them.
 TEST(FuzzRegression, PositionsCrowdedWithQueensFitTheMoveLists) {
-  ostrel_test::SetPositionQuietly("QQQQQQQk/Q111111Q/Q1111Q1Q/Q111111Q/Q111111Q/Q111111Q/Q111111Q/KQQQQQQQ w - -");
+  ostrel_test::SetPositionQuietly(
+      "QQQQQQQk/Q111111Q/Q1111Q1Q/Q111111Q/Q111111Q/Q111111Q/Q111111Q/KQQQQQQQ w - -");
   Move move = 0;
   Captured([&] { move = ParseSan("Qd4", White); });
   Move legal[MaxMoves];

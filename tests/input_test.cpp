@@ -79,7 +79,9 @@ class PipedInput : public testing::Test {
     alarm(0);
   }
 
-  void Send(const std::string& bytes) { ASSERT_EQ(ssize_t(bytes.size()), write(writeEnd, bytes.data(), bytes.size())); }
+  void Send(const std::string& bytes) {
+    ASSERT_EQ(ssize_t(bytes.size()), write(writeEnd, bytes.data(), bytes.size()));
+  }
 
   static std::string Poll() { return Captured(PollInput); }
 
@@ -101,7 +103,8 @@ TEST_F(PipedInput, LinesAreAssembledAcrossPolls) {
   Poll();
   EXPECT_EQ(std::vector<std::string>{}, DrainQueue());
   Poll();
-  EXPECT_EQ((std::vector<std::string>{"ac", std::string(200, 'x') + std::string(55, 'y'), "short"}), DrainQueue());
+  EXPECT_EQ((std::vector<std::string>{"ac", std::string(200, 'x') + std::string(55, 'y'), "short"}),
+            DrainQueue());
 }
 
 TEST_F(PipedInput, QueueKeepsSixtyLinesAndDispatchesOldestFirst) {
@@ -174,7 +177,8 @@ TEST_F(PipedInput, LinesAreScreenedAsTheyArrive) {
     EXPECT_EQ("AddTo Queue [" + std::string(c.line) + "]\n" + c.writes, Poll()) << c.line;
     EXPECT_EQ(c.stops ? -1 : 500, TimeLeft) << c.line << " searching " << c.searching << " pondering "
                                              << c.pondering << " analyze " << c.analyze;
-    EXPECT_EQ(c.queued ? std::vector<std::string>{c.line} : std::vector<std::string>{}, DrainQueue()) << c.line;
+    EXPECT_EQ(c.queued ? std::vector<std::string>{c.line} : std::vector<std::string>{}, DrainQueue())
+        << c.line;
     EXPECT_EQ(c.forceAfter, engineFlags.force) << c.line;
     EXPECT_EQ(c.analyze || std::string(c.line) == "analyze", engineFlags.analyze) << c.line;
   }

@@ -16,7 +16,9 @@ inline std::string MakeScratchDirectory() {
   return mkdtemp(&pattern[0]) ? pattern : "";
 }
 
-inline bool RemoveScratchDirectory(const std::string& path) { return system(("rm -rf '" + path + "'").c_str()) == 0; }
+inline bool RemoveScratchDirectory(const std::string& path) {
+  return system(("rm -rf '" + path + "'").c_str()) == 0;
+}
 
 // A scratch directory the test itself works in: entered when made, left and removed at the end.
 struct ScratchDirectory {

@@ -81,8 +81,8 @@ bool Play(Referee& r, const std::string& text) {
 
   const int toMove = side ^ 1;
   const bool hasMove = GenerateLegal(legal, toMove) != legal;
-  const int minors = pos.typeCount[White][Knight] + pos.typeCount[White][Bishop] + pos.typeCount[Black][Knight] +
-                     pos.typeCount[Black][Bishop];
+  const int minors = pos.typeCount[White][Knight] + pos.typeCount[White][Bishop] +
+                     pos.typeCount[Black][Knight] + pos.typeCount[Black][Bishop];
   const int others = pos.pawnCount[White] + pos.pawnCount[Black] + pos.typeCount[White][Rook] +
                      pos.typeCount[Black][Rook] + pos.typeCount[White][Queen] + pos.typeCount[Black][Queen];
   const char* reason = !hasMove && KingAttacked(toMove) ? "checkmate"
@@ -109,8 +109,8 @@ TEST(SelfPlay, RefereeKnowsTheRules) {
       {{"e1g1"}, false, ""},
       {{"f2f3", "e7e5", "g2g4", "d8h4"}, true, "checkmate"},
       // The shortest known stalemate, after 1. e3 a5 2. Qh5 Ra6 3. Qxa5 h5 ...
-      {{"e2e3", "a7a5", "d1h5", "a8a6", "h5a5", "h7h5", "h2h4", "a6h6", "a5c7", "f7f6", "c7d7", "e8f7", "d7b7",
-        "d8d3", "b7b8", "d3h7", "b8c8", "f7g6", "c8e6"},
+      {{"e2e3", "a7a5", "d1h5", "a8a6", "h5a5", "h7h5", "h2h4", "a6h6", "a5c7", "f7f6", "c7d7", "e8f7",
+        "d7b7", "d8d3", "b7b8", "d3h7", "b8c8", "f7g6", "c8e6"},
        true, "stalemate"},
       // The start position comes back after four and eight plies; the third time ends the game.
       {{"g1f3", "g8f6", "f3g1", "f6g8", "g1f3", "g8f6", "f3g1", "f6g8"}, true, "threefold repetition"},
@@ -163,8 +163,9 @@ std::string PlayXboardGame(const std::vector<std::string>& opening, const int de
   EngineProcess engines[2];  // indexed by side: [Black], [White]
   for (int s : {White, Black}) {
     if (!StartEngine(engines[s])) return "an engine did not start";
-    for (const std::string& line : {std::string("xboard"), std::string("protover 2"), std::string("new"),
-                                    std::string("easy"), "sd " + std::to_string(depths[s]), std::string("force")})
+    for (const std::string& line :
+         {std::string("xboard"), std::string("protover 2"), std::string("new"), std::string("easy"),
+          "sd " + std::to_string(depths[s]), std::string("force")})
       Send(engines[s], line);
   }
   Referee referee;
@@ -187,7 +188,8 @@ std::string PlayXboardGame(const std::vector<std::string>& opening, const int de
     }
     std::string line;
     if (!WaitForLine(mover, IsReply, MoveTimeoutMs, &line)) return who + ": no move in time\n" + Tail(mover);
-    if (!StartsWith(line, "move ")) return who + ": claimed \"" + line + "\" in a game that goes on\n" + Tail(mover);
+    if (!StartsWith(line, "move "))
+      return who + ": claimed \"" + line + "\" in a game that goes on\n" + Tail(mover);
     if (!Play(referee, line.substr(5))) return who + ": illegal " + line + "\n" + Tail(mover);
     moves += line.substr(5) + " ";
     if (referee.result.empty()) Send(engines[side ^ 1], line.substr(5));

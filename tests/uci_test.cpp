@@ -29,7 +29,9 @@ constexpr double StopMs = 50;
 constexpr int Tries = 3;
 
 typedef std::chrono::steady_clock Clock;
-double MsSince(Clock::time_point t) { return std::chrono::duration<double, std::milli>(Clock::now() - t).count(); }
+double MsSince(Clock::time_point t) {
+  return std::chrono::duration<double, std::milli>(Clock::now() - t).count();
+}
 
 class Uci : public testing::Test {
  protected:
@@ -45,7 +47,9 @@ class Uci : public testing::Test {
     if (HasFailure()) printf("Engine's last lines:\n%s", Tail(engine).c_str());
   }
 
-  void Send(const std::string& line) { EXPECT_TRUE(::Send(engine, line)) << "engine stopped reading at " << line; }
+  void Send(const std::string& line) {
+    EXPECT_TRUE(::Send(engine, line)) << "engine stopped reading at " << line;
+  }
 
   // The move of "bestmove M [ponder P]" that answers `go`, with the lines before it.
   std::string BestMove(const std::string& go, std::vector<std::string>* before = nullptr) {
@@ -172,7 +176,8 @@ TEST(UciTime, PlansStayWithinTheClockAndUseTheIncrement) {
         EXPECT_LE(p.softMs, p.hardMs);
         EXPECT_LE(p.hardMs, clock > 2 ? clock - std::min<int64_t>(30, clock / 2) : 1) << clock;
         // Where the clock must last the game, the increment counts from the first move.
-        EXPECT_TRUE(clock < 2000 || !increment || movesToGo || p.softMs > PlanMove(clock, 0, 0).softMs) << clock;
+        EXPECT_TRUE(clock < 2000 || !increment || movesToGo || p.softMs > PlanMove(clock, 0, 0).softMs)
+            << clock;
       }
   EXPECT_GT(PlanMove(60000, 0, 1).hardMs, PlanMove(60000, 0, 40).hardMs);
   // With a clock, an iteration that cannot finish is not begun; with a fixed time it still is.
