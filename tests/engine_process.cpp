@@ -128,12 +128,6 @@ bool WaitForPrefix(EngineProcess& e, const std::string& prefix, int timeoutMs, s
       e, [&](const std::string& l) { return StartsWith(l, prefix); }, timeoutMs, found, skipped);
 }
 
-void Collect(EngineProcess& e, int ms) {
-  const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(ms);
-  while (MillisecondsUntil(deadline) > 0 && ReadSome(e, MillisecondsUntil(deadline))) {
-  }
-}
-
 bool WaitForExit(EngineProcess& e, int timeoutMs) {
   const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
   for (Reap(e, false); !e.exited; Reap(e, false)) {

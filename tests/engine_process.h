@@ -45,9 +45,6 @@ bool WaitForExact(EngineProcess& e, const std::string& text, int timeoutMs,
 bool WaitForPrefix(EngineProcess& e, const std::string& prefix, int timeoutMs, std::string* found = nullptr,
                    std::vector<std::string>* skipped = nullptr);
 
-// Reads whatever the engine has written within `ms`, consuming nothing.
-void Collect(EngineProcess& e, int ms);
-
 // Waits for the process to end, reading its output meanwhile. False at the deadline.
 bool WaitForExit(EngineProcess& e, int timeoutMs);
 // Kills the process if it still runs and reaps it.
