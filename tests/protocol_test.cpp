@@ -22,17 +22,18 @@ double SecondsSince(Clock::time_point t) { return std::chrono::duration<double>(
 bool IsMoveLine(const std::string& line) { return StartsWith(line, "move "); }
 
 // The clock conversions, caught through the time the first move takes: 5 s of a clock are kept in
-// reserve and the rest spread over 40 moves. A think runs to its budget whatever the machine's
-// load, so a slow start is the only error and a late answer is tried again.
+// reserve, the rest is spread over 40 moves, and an increment of n seconds is added to a share of
+// more than 3n + 1 seconds. A think runs to its budget whatever the machine's load, so a slow
+// start is the only error, and a late answer is tried again.
 TEST(ProtocolTiming, ClockCommandsSetTheThinkingTime) {
   const struct {
     std::vector<std::string> setUp;
     double fromSeconds, toSeconds;
   } cases[] = {
-      {{"new"}, 1.0, 2.0},                 // a new game's minute: 55 s over 40 moves
-      {{"new", "level 40 2 0"}, 2.4, 3.6},  // two minutes: 2.9 s
-      // The GUI's figure is in hundredths, read as 6000 / 6 * 10, that is 100 s: 2.4 s.
-      {{"new", "time 6000"}, 2.0, 2.7},
+      {{"new"}, 1.0, 3.0},                  // a new game's minute: 55 s over 40 moves
+      {{"new", "level 40 2 0"}, 2.4, 4.5},  // two minutes: 2.9 s
+      // The GUI's hundredths read as 8400 / 6 * 10, that is 140 s: 3.4 s, too short to add the second.
+      {{"new", "level 40 1 1", "time 8400"}, 3.0, 4.5},
   };
   EngineProcess engine;
   ASSERT_TRUE(StartEngine(engine));
