@@ -171,11 +171,18 @@ std::string PrintedBoard(EngineProcess& e, std::vector<std::string>& skipped) {
   for (int rank = 0; rank < 8; rank++) {
     if (!WaitForLine(e, AnyLine, ReplyMs, &row) || !WaitForLine(e, AnyLine, ReplyMs, &below)) return "";
     if (row.size() < 33 || below != border) return "";
-    for (int file = 0, empty = 0; file < 8; file++) {
+    int empty = 0;
+    for (int file = 0; file < 8; file++) {
       const char c = row[2 + 4 * file];
-      if (c != ' ') placement += (empty ? std::string(1, char('0' + empty)) : "") + c, empty = 0;
-      else if (++empty, file == 7) placement += char('0' + empty);
+      if (c == ' ') {
+        empty++;
+        continue;
+      }
+      if (empty) placement += char('0' + empty);
+      placement += c;
+      empty = 0;
     }
+    if (empty) placement += char('0' + empty);
     if (rank < 7) placement += '/';
   }
   return placement;
