@@ -38,7 +38,7 @@ constexpr int StepMs = 30000;
 #endif
 // Each engine idles a tenth of a second before it reads: several run at once.
 constexpr int Sessions = 4;
-constexpr int DefaultCommands = 150;  // per session
+constexpr int DefaultCommands = 100;  // per session
 constexpr int SlowSearchMs = 800;     // then "?" asks for the move
 constexpr int LongGame = 400;         // plies before a new game is likely
 
@@ -52,7 +52,6 @@ struct Referee {
   Position board;                 // the game record's position
   std::vector<Position> history;  // the board before each move of the game record
   int engineSide = White;         // the interpreter's side: every move line flips it, found or not
-  int colour = Black;
   bool force = false, analyze = false;
 };
 
@@ -98,7 +97,6 @@ void NewGame(Referee& r) {
   r.board = pos;
   r.history.clear();
   r.engineSide = White;
-  r.colour = Black;
   r.force = false;
 }
 
@@ -201,7 +199,7 @@ std::string QuietCommand(Referee& r, TestRandom& random) {
       case 5: return random.Below(2) ? "post" : "nopost";
       case 6: return random.Below(2) ? "hard" : "easy";
       case 7: return random.Below(2) ? "books on" : "books off";
-      case 8: r.colour = int(random.Below(2)); return r.colour == White ? "white" : "black";
+      case 8: return random.Below(2) ? "white" : "black";
       case 9:
         if (random.Below(3)) break;  // rarer: force mode silences the engine until go
         r.force = true;

@@ -1,6 +1,5 @@
 #include "tests/engine_process.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
@@ -8,9 +7,9 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
+
+#include "tests/scratch_dir.h"
 
 namespace {
 
@@ -19,17 +18,6 @@ typedef std::chrono::steady_clock Clock;
 int MillisecondsUntil(Clock::time_point deadline) {
   const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
   return left > 0 ? int(left) : 0;
-}
-
-void RemoveScratchDirectory(const std::string& dir) {
-  if (DIR* d = opendir(dir.c_str())) {
-    while (dirent* entry = readdir(d)) {
-      if (strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0)
-        unlink((dir + "/" + entry->d_name).c_str());
-    }
-    closedir(d);
-  }
-  rmdir(dir.c_str());
 }
 
 // Reads what arrives within `ms` and splits it into lines. False once the output has ended.
@@ -57,13 +45,10 @@ bool ReadSome(EngineProcess& e, int ms) {
 }
 
 void Reap(EngineProcess& e, bool wait) {
-  if (e.pid <= 0 || e.exited) return;
-  if (waitpid(e.pid, &e.waitStatus, wait ? 0 : WNOHANG) == e.pid) e.exited = true;
+  if (e.pid > 0 && !e.exited && waitpid(e.pid, &e.waitStatus, wait ? 0 : WNOHANG) == e.pid) e.exited = true;
 }
 
 }  // namespace
-
-const char* EnginePath() { return OSTREL_ENGINE; }
 
 bool StartsWith(const std::string& s, const std::string& prefix) {
   return s.compare(0, prefix.size(), prefix) == 0;
@@ -72,22 +57,15 @@ bool StartsWith(const std::string& s, const std::string& prefix) {
 bool StartEngine(EngineProcess& e, const std::vector<std::string>& args) {
   // A write to an engine that has died must fail the test, not kill the test runner.
   signal(SIGPIPE, SIG_IGN);
-  const char* tmp = getenv("TMPDIR");
-  std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/ostrel-run-XXXXXX";
-  std::vector<char> dir(pattern.begin(), pattern.end());
-  dir.push_back('\0');
-  if (!mkdtemp(dir.data())) return false;
-  e.scratchDir = dir.data();
-
+  e.scratchDir = MakeScratchDirectory();
   int in[2], out[2];
   // Close-on-exec, so that engines started side by side from several threads never inherit one
   // another's pipes and miss the end of their input.
-  if (pipe2(in, O_CLOEXEC) != 0) return false;
-  if (pipe2(out, O_CLOEXEC) != 0) return false;
-  std::vector<std::string> argv_strings = {EnginePath()};
-  argv_strings.insert(argv_strings.end(), args.begin(), args.end());
+  if (e.scratchDir.empty() || pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) return false;
+  std::vector<std::string> strings = {OSTREL_ENGINE};
+  strings.insert(strings.end(), args.begin(), args.end());
   std::vector<char*> argv;
-  for (auto& a : argv_strings) argv.push_back(const_cast<char*>(a.c_str()));
+  for (std::string& a : strings) argv.push_back(&a[0]);
   argv.push_back(nullptr);
 
   const pid_t pid = fork();
@@ -97,7 +75,7 @@ bool StartEngine(EngineProcess& e, const std::vector<std::string>& args) {
     dup2(in[0], 0);
     dup2(out[1], 1);
     dup2(out[1], 2);  // sanitizer reports land in the transcript
-    if (chdir(dir.data()) != 0) _exit(126);
+    if (chdir(e.scratchDir.c_str()) != 0) _exit(126);
     execv(argv[0], argv.data());
     _exit(127);
   }
@@ -110,11 +88,9 @@ bool StartEngine(EngineProcess& e, const std::vector<std::string>& args) {
 }
 
 bool Send(EngineProcess& e, const std::string& line) {
-  if (e.toEngine < 0) return false;
   const std::string text = line + "\n";
-  size_t done = 0;
-  while (done < text.size()) {
-    const ssize_t n = write(e.toEngine, text.data() + done, text.size() - done);
+  for (size_t done = 0; done < text.size();) {
+    const ssize_t n = e.toEngine < 0 ? -1 : write(e.toEngine, text.data() + done, text.size() - done);
     if (n <= 0) return false;
     done += size_t(n);
   }
@@ -136,51 +112,39 @@ bool WaitForLine(EngineProcess& e, const LineTest& test, int timeoutMs, std::str
       if (skipped) skipped->push_back(line);
     }
     const int left = MillisecondsUntil(deadline);
-    if (left == 0 || !ReadSome(e, left)) {
-      // Lines that arrived together with the end of output still count.
-      if (e.consumed < e.lines.size()) continue;
-      return false;
-    }
+    // Lines that arrived together with the end of output still count.
+    if ((left == 0 || !ReadSome(e, left)) && e.consumed == e.lines.size()) return false;
   }
 }
 
-bool WaitForExact(EngineProcess& e, const std::string& text, int timeoutMs, std::vector<std::string>* skipped) {
+bool WaitForExact(EngineProcess& e, const std::string& text, int timeoutMs,
+                  std::vector<std::string>* skipped) {
   return WaitForLine(e, [&](const std::string& l) { return l == text; }, timeoutMs, nullptr, skipped);
 }
 
 bool WaitForPrefix(EngineProcess& e, const std::string& prefix, int timeoutMs, std::string* found,
                    std::vector<std::string>* skipped) {
-  return WaitForLine(e, [&](const std::string& l) { return StartsWith(l, prefix); }, timeoutMs, found, skipped);
-}
-
-void Collect(EngineProcess& e, int ms) {
-  const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(ms);
-  while (MillisecondsUntil(deadline) > 0 && ReadSome(e, MillisecondsUntil(deadline))) {
-  }
+  return WaitForLine(
+      e, [&](const std::string& l) { return StartsWith(l, prefix); }, timeoutMs, found, skipped);
 }
 
 bool WaitForExit(EngineProcess& e, int timeoutMs) {
   const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
-  for (;;) {
-    Reap(e, false);
-    if (e.exited) {
-      while (ReadSome(e, 200)) {
-      }
-      return true;
-    }
+  for (Reap(e, false); !e.exited; Reap(e, false)) {
     const int left = MillisecondsUntil(deadline);
     if (left == 0) return false;
     if (!ReadSome(e, left < 20 ? left : 20)) usleep(10000);
   }
+  while (ReadSome(e, 200)) {
+  }
+  return true;
 }
 
 void StopEngine(EngineProcess& e) {
+  Reap(e, false);
   if (e.pid > 0 && !e.exited) {
-    Reap(e, false);
-    if (!e.exited) {
-      kill(e.pid, SIGKILL);
-      Reap(e, true);
-    }
+    kill(e.pid, SIGKILL);
+    Reap(e, true);
   }
   if (e.toEngine >= 0) close(e.toEngine);
   if (e.fromEngine >= 0) close(e.fromEngine);
@@ -193,8 +157,8 @@ EngineProcess::~EngineProcess() { StopEngine(*this); }
 
 std::string Tail(const EngineProcess& e, size_t count) {
   std::string text;
-  const size_t from = e.lines.size() > count ? e.lines.size() - count : 0;
-  for (size_t i = from; i < e.lines.size(); i++) text += "  | " + e.lines[i] + "\n";
+  for (size_t i = e.lines.size() > count ? e.lines.size() - count : 0; i < e.lines.size(); i++)
+    text += "  | " + e.lines[i] + "\n";
   if (!e.partial.empty()) text += "  | " + e.partial + " (no line end)\n";
   return text;
 }

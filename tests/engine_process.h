@@ -8,9 +8,6 @@
 #include <string>
 #include <vector>
 
-// The engine executable of this build tree, set by tests/CMakeLists.txt.
-const char* EnginePath();
-
 struct EngineProcess {
   pid_t pid = -1;
   int toEngine = -1;
@@ -31,8 +28,8 @@ struct EngineProcess {
 
 typedef std::function<bool(const std::string&)> LineTest;
 
-// Starts the engine with these arguments (after its own path) in a fresh scratch directory, so
-// that the files it deletes or looks for at start-up are never the developer's.
+// Starts the engine of this build tree with these arguments in a fresh scratch directory, so that
+// the files it deletes or looks for at start-up are never the developer's.
 bool StartEngine(EngineProcess& e, const std::vector<std::string>& args = {});
 
 // Writes the line and a line end. False when the engine no longer reads.
@@ -47,9 +44,6 @@ bool WaitForExact(EngineProcess& e, const std::string& text, int timeoutMs,
                   std::vector<std::string>* skipped = nullptr);
 bool WaitForPrefix(EngineProcess& e, const std::string& prefix, int timeoutMs, std::string* found = nullptr,
                    std::vector<std::string>* skipped = nullptr);
-
-// Reads whatever the engine has written within `ms`, consuming nothing.
-void Collect(EngineProcess& e, int ms);
 
 // Waits for the process to end, reading its output meanwhile. False at the deadline.
 bool WaitForExit(EngineProcess& e, int timeoutMs);

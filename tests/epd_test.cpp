@@ -4,8 +4,6 @@
 
 #include <unistd.h>
 
-#include <cstdio>
-#include <fstream>
 #include <sstream>
 #include <string>
 
@@ -13,6 +11,7 @@
 #include "search/hash.h"
 #include "shell/epd.h"
 #include "shell/settings.h"
+#include "tests/capture.h"
 #include "tests/scratch_dir.h"
 
 namespace {
@@ -22,9 +21,9 @@ class EpdAnalysis : public testing::Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(scratch.Enter());
-    testing::internal::CaptureStdout();
-    if (!hashTable) InitHT(MinHashBits);
-    testing::internal::GetCapturedStdout();
+    Captured([] {
+      if (!hashTable) InitHT(MinHashBits);
+    });
     settings = Settings{};
     engineFlags = EngineFlags{};
     gameClock = GameClock{};
@@ -34,9 +33,7 @@ class EpdAnalysis : public testing::Test {
     ASSERT_TRUE(scratch.Leave());
   }
   std::string Run(const char* suite, const char* result, int depth = 4) {
-    testing::internal::CaptureStdout();
-    Analyse(suite, result, 1000, depth, "test engine");
-    return testing::internal::GetCapturedStdout();
+    return Captured([&] { Analyse(suite, result, 1000, depth, "test engine"); });
   }
   ScratchDirectory scratch;
 };
@@ -66,14 +63,11 @@ TEST_F(EpdAnalysis, CountsFilesAndReport) {
 
   const std::string results = ReadFile("results.txt");
   EXPECT_EQ(results.rfind("Description : test engine\n\nAnalysing position : r1bqkb1r", 0), 0u) << results;
-  EXPECT_NE(results.find("Best move found !\npawn hashtable full : "), std::string::npos);
-  EXPECT_NE(results.find("\n\nRESULTS :\n\nnodes  = "), std::string::npos);
-  EXPECT_NE(results.find("positiones searched = 4\n"), std::string::npos);
-  EXPECT_NE(results.find("best moves identified = 3\n"), std::string::npos);
-  EXPECT_NE(results.find("  of which were not recognized = 1\n"), std::string::npos);
-  EXPECT_NE(results.find("  from the rest, best moves found = 2 (100%)\n"), std::string::npos);
-  EXPECT_NE(results.find("\nhash probes = "), std::string::npos);
-  EXPECT_NE(results.find("\npawn scores computed : "), std::string::npos);
+  for (const char* text :
+       {"Best move found !\npawn hashtable full : ", "\n\nRESULTS :\n\nnodes  = ",
+        "positiones searched = 4\n", "best moves identified = 3\n", "  of which were not recognized = 1\n",
+        "  from the rest, best moves found = 2 (100%)\n", "\nhash probes = ", "\npawn scores computed : "})
+    EXPECT_NE(results.find(text), std::string::npos) << text;
 }
 
 TEST_F(EpdAnalysis, MissedPositionsAreCopiedAsRead) {
@@ -94,14 +88,13 @@ TEST_F(EpdAnalysis, EpdModeWritesOnlyTheOperations) {
   int count = 0;
   while (std::getline(lines, line)) {
     count++;
-    EXPECT_NE(line.find(" acd "), std::string::npos) << line;
-    EXPECT_NE(line.find("; acn "), std::string::npos) << line;
-    EXPECT_NE(line.find("; bm "), std::string::npos) << line;
-    EXPECT_NE(line.find("; ce "), std::string::npos) << line;
-    EXPECT_NE(line.find("; pv "), std::string::npos) << line;
+    for (const char* operation : {" acd ", "; acn ", "; bm ", "; ce ", "; pv "})
+      EXPECT_NE(line.find(operation), std::string::npos) << line;
   }
   EXPECT_EQ(count, 4);
-  EXPECT_EQ(ReadFile("results.epd").rfind("r1bqkb1r/pppp1ppp/2n2n2/4p2Q/2B1P3/8/PPPP1PPP/RNB1K1NR w KQkq -  acd ", 0), 0u);
+  EXPECT_EQ(ReadFile("results.epd")
+                .rfind("r1bqkb1r/pppp1ppp/2n2n2/4p2Q/2B1P3/8/PPPP1PPP/RNB1K1NR w KQkq -  acd ", 0),
+            0u);
 }
 
 TEST_F(EpdAnalysis, MissingSuiteUnwritableResultAndBrokenPositions) {

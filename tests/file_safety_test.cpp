@@ -9,25 +9,15 @@
 #include <sys/stat.h>
 
 #include <cstdio>
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "book/book.h"
 #include "book/builder.h"
 #include "book/master.h"
+#include "tests/capture.h"
 #include "tests/scratch_dir.h"
 
 namespace {
-
-std::string Read(const char* name) {
-  std::ifstream file(name, std::ios::binary);
-  std::stringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
-void Write(const char* name, const std::string& bytes) { std::ofstream(name, std::ios::binary) << bytes; }
 
 // Temporary records for `count` moves, each key once, all won by White.
 std::string TempRecords(int count) {
@@ -42,9 +32,7 @@ std::string TempRecords(int count) {
 }
 
 std::string Build() {
-  testing::internal::CaptureStdout();
-  BuildBook("temp.dat", "book.bin", "index.dat");
-  return testing::internal::GetCapturedStdout();
+  return Captured([] { BuildBook("temp.dat", "book.bin", "index.dat"); });
 }
 
 class FileSafety : public testing::Test {
@@ -55,12 +43,12 @@ class FileSafety : public testing::Test {
 
   // A good book of 10 records from a kept temporary file, as the failing build finds it.
   void BuildGoodBook() {
-    Write("temp.dat", TempRecords(10));
+    WriteFile("temp.dat", TempRecords(10));
     Build();
-    goodBook = Read("book.bin");
-    goodIndex = Read("index.dat");
+    goodBook = ReadFile("book.bin");
+    goodIndex = ReadFile("index.dat");
     ASSERT_EQ(goodBook.size(), 10 * sizeof(BookRecord));
-    Write("temp.dat", TempRecords(50));
+    WriteFile("temp.dat", TempRecords(50));
   }
   std::string goodBook, goodIndex;
 };
@@ -78,9 +66,9 @@ TEST_F(FileSafety, BookThatCannotBeWrittenLeavesTheOldOne) {
     BuildGoodBook();
     ASSERT_EQ(mkdir(c.blocked, 0700), 0);
     EXPECT_NE(Build().find(c.message), std::string::npos) << c.blocked;
-    EXPECT_EQ(Read("book.bin"), goodBook) << c.blocked;
-    EXPECT_EQ(Read("index.dat"), goodIndex) << c.blocked;
-    EXPECT_EQ(Read("temp.dat"), TempRecords(50)) << c.blocked;
+    EXPECT_EQ(ReadFile("book.bin"), goodBook) << c.blocked;
+    EXPECT_EQ(ReadFile("index.dat"), goodIndex) << c.blocked;
+    EXPECT_EQ(ReadFile("temp.dat"), TempRecords(50)) << c.blocked;
     EXPECT_NE(access(c.other, F_OK), 0) << c.blocked;
     rmdir(c.blocked);
   }
@@ -99,42 +87,42 @@ TEST_F(FileSafety, FullDiskLeavesTheOldBook) {
   const std::string output = Build();
   setrlimit(RLIMIT_FSIZE, &saved);
   signal(SIGXFSZ, previous);
-  EXPECT_NE(output.find("Cannot write index for opening book index.dat (File too large)\n"), std::string::npos)
+  EXPECT_NE(output.find("Cannot write index for opening book index.dat (File too large)\n"),
+            std::string::npos)
       << output;
-  EXPECT_EQ(Read("book.bin"), goodBook);
-  EXPECT_EQ(Read("index.dat"), goodIndex);
+  EXPECT_EQ(ReadFile("book.bin"), goodBook);
+  EXPECT_EQ(ReadFile("index.dat"), goodIndex);
   EXPECT_NE(access("index.dat.part", F_OK), 0);
 }
 
 TEST_F(FileSafety, CutTemporaryFileSaysSoAndBuildsFromWholeRecords) {
-  Write("temp.dat", TempRecords(3) + std::string(7, 'x'));
-  EXPECT_NE(Build().find("Temp file temp.dat ends in 7 bytes of a cut record, left out\n"), std::string::npos);
-  EXPECT_EQ(Read("book.bin").size(), 3 * sizeof(BookRecord));
-  EXPECT_EQ(Read("temp.dat").size(), 3 * 16 + 7u);
+  WriteFile("temp.dat", TempRecords(3) + std::string(7, 'x'));
+  EXPECT_NE(Build().find("Temp file temp.dat ends in 7 bytes of a cut record, left out\n"),
+            std::string::npos);
+  EXPECT_EQ(ReadFile("book.bin").size(), 3 * sizeof(BookRecord));
+  EXPECT_EQ(ReadFile("temp.dat").size(), 3 * 16 + 7u);
 }
 
 TEST_F(FileSafety, UnwritableLearnBinKeepsTheBookInMemoryAndLearnTxt) {
   const std::string text = "1.e4 e5 Nf3! Nc6\n1.d4 d5 c4?\n";
-  Write("learn.txt", text);
+  WriteFile("learn.txt", text);
   ASSERT_EQ(mkdir("learn.bin.part", 0700), 0);
-  testing::internal::CaptureStdout();
-  LoadMasterBook("learn.txt", "learn.bin");
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+  EXPECT_EQ(Captured([] { LoadMasterBook("learn.txt", "learn.bin"); }),
             "(Re)building learn.bin from learn.txt\nCannot write learn.bin\n7 nodes\n");
   EXPECT_EQ(CountMasterNodes(), 7);
   EXPECT_NE(access("learn.bin", F_OK), 0);
-  EXPECT_EQ(Read("learn.txt"), text);
+  EXPECT_EQ(ReadFile("learn.txt"), text);
   ClearMasterBook();
   rmdir("learn.bin.part");
 }
 
 TEST_F(FileSafety, ShortIndexIsRefused) {
   BuildGoodBook();
-  for (const std::string& index : {goodIndex.substr(0, 100), goodIndex.substr(0, goodIndex.size() - 1), std::string()}) {
-    Write("index.dat", index);
-    testing::internal::CaptureStdout();
-    OpenBook("book.bin", "index.dat");
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Index file size isn't right\n") << index.size();
+  for (const std::string& index :
+       {goodIndex.substr(0, 100), goodIndex.substr(0, goodIndex.size() - 1), std::string()}) {
+    WriteFile("index.dat", index);
+    EXPECT_EQ(Captured([] { OpenBook("book.bin", "index.dat"); }), "Index file size isn't right\n")
+        << index.size();
     EXPECT_EQ(openingBook.bookFile, nullptr);
   }
 }

@@ -1,5 +1,5 @@
-// A fresh directory for a test that reads and writes files by plain names, as the engine does in
-// its working directory: entered when made, left and removed at the end.
+// Fresh directories for tests and the engines they start, which read and write files by plain
+// names in their working directory.
 #pragma once
 
 #include <unistd.h>
@@ -9,20 +9,27 @@
 #include <sstream>
 #include <string>
 
+// A new empty directory under TMPDIR (or /tmp); "" when none can be made.
+inline std::string MakeScratchDirectory() {
+  const char* tmp = getenv("TMPDIR");
+  std::string pattern = std::string(tmp && *tmp ? tmp : "/tmp") + "/ostrel-test-XXXXXX";
+  return mkdtemp(&pattern[0]) ? pattern : "";
+}
+
+inline bool RemoveScratchDirectory(const std::string& path) {
+  return system(("rm -rf '" + path + "'").c_str()) == 0;
+}
+
+// A scratch directory the test itself works in: entered when made, left and removed at the end.
 struct ScratchDirectory {
   std::string path;
   char previous[4096];
 
-  // Makes the directory and moves into it; false when either fails.
   bool Enter() {
-    char pattern[] = "/tmp/ostrel-test-XXXXXX";
-    if (!mkdtemp(pattern) || getcwd(previous, sizeof previous) != previous) return false;
-    path = pattern;
-    return chdir(path.c_str()) == 0;
+    path = MakeScratchDirectory();
+    return !path.empty() && getcwd(previous, sizeof previous) == previous && chdir(path.c_str()) == 0;
   }
-
-  // Back to where the test started, and the directory gone.
-  bool Leave() { return chdir(previous) == 0 && system(("rm -rf " + path).c_str()) == 0; }
+  bool Leave() { return chdir(previous) == 0 && RemoveScratchDirectory(path); }
 };
 
 inline std::string ReadFile(const std::string& path) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "shell/settings.h"
+#include "tests/capture.h"
 
 namespace {
 
@@ -12,9 +13,7 @@ namespace {
 std::string Parse(std::vector<const char*> arguments) {
   settings = Settings{};
   arguments.insert(arguments.begin(), "ostrel");
-  testing::internal::CaptureStdout();
-  ParseOptions(int(arguments.size()), const_cast<char**>(arguments.data()));
-  return testing::internal::GetCapturedStdout();
+  return Captured([&] { ParseOptions(int(arguments.size()), const_cast<char**>(arguments.data())); });
 }
 
 }  // namespace

@@ -29,7 +29,9 @@ constexpr double StopMs = 50;
 constexpr int Tries = 3;
 
 typedef std::chrono::steady_clock Clock;
-double MsSince(Clock::time_point t) { return std::chrono::duration<double, std::milli>(Clock::now() - t).count(); }
+double MsSince(Clock::time_point t) {
+  return std::chrono::duration<double, std::milli>(Clock::now() - t).count();
+}
 
 class Uci : public testing::Test {
  protected:
@@ -45,7 +47,9 @@ class Uci : public testing::Test {
     if (HasFailure()) printf("Engine's last lines:\n%s", Tail(engine).c_str());
   }
 
-  void Send(const std::string& line) { EXPECT_TRUE(::Send(engine, line)) << "engine stopped reading at " << line; }
+  void Send(const std::string& line) {
+    EXPECT_TRUE(::Send(engine, line)) << "engine stopped reading at " << line;
+  }
 
   // The move of "bestmove M [ponder P]" that answers `go`, with the lines before it.
   std::string BestMove(const std::string& go, std::vector<std::string>* before = nullptr) {
@@ -164,47 +168,6 @@ TEST_F(Uci, MovesWithinEvenTheShortestClocks) {
   }
 }
 
-// A game of the engine against itself as a UCI GUI holds it, refereed here on real clocks: each
-// side gets the whole game so far and its clock, and must answer legally within that clock.
-TEST(UciGame, PlaysLegallyWithinItsClockToTheEnd) {
-  constexpr int Plies = 160;
-  constexpr double IncrementMs = 100;
-  EngineProcess engines[2];
-  for (EngineProcess& e : engines) {
-    ASSERT_TRUE(StartEngine(e));
-    ASSERT_TRUE(Send(e, "uci") && WaitForExact(e, "uciok", ReplyMs) && Send(e, "ucinewgame"));
-  }
-  double clocks[2] = {4000, 4000};  // [Black, White], as the engine's sides
-  std::string moves;
-  SetInitialPosition();
-  NewGameRecord();
-  for (int ply = 0; ply < Plies; ply++) {
-    const int side = gameRecord.sideToMove;
-    Move legal[MaxMoves];
-    const Move* end = GenerateLegal(legal, side);
-    if (end == legal) break;  // mate or stalemate
-    EngineProcess& e = engines[ply % 2];
-    char go[96];
-    snprintf(go, sizeof go, "go wtime %d btime %d winc %d binc %d", int(clocks[White]), int(clocks[Black]),
-             int(IncrementMs), int(IncrementMs));
-    ASSERT_TRUE(Send(e, "position startpos" + (moves.empty() ? "" : " moves" + moves)));
-    const auto sent = Clock::now();
-    std::string reply;
-    ASSERT_TRUE(Send(e, go) && WaitForPrefix(e, "bestmove ", ReplyMs, &reply)) << Tail(e);
-    clocks[side] -= MsSince(sent);
-    ASSERT_GT(clocks[side], 0) << "lost on time at ply " << ply << ": " << go;
-    clocks[side] += IncrementMs;
-    const std::string text = reply.substr(9, reply.find(' ', 9) - 9);
-    int from, to, promotion;
-    ASSERT_TRUE(ReadCoordinateMove(text.c_str(), from, to, promotion)) << reply;
-    ASSERT_TRUE(std::any_of(static_cast<const Move*>(legal), end, [&](Move m) {
-      return MoveFrom(m) == from && MoveTo(m) == to && MovePromotion(m) == promotion;
-    })) << "illegal " << text << " after" << moves;
-    PlayGameMove(from, to, promotion);
-    moves += " " + text;
-  }
-}
-
 TEST(UciTime, PlansStayWithinTheClockAndUseTheIncrement) {
   for (int64_t clock : {1, 20, 50, 400, 2000, 60000, 3600000})
     for (int64_t increment : {0, 50, 600})
@@ -213,7 +176,8 @@ TEST(UciTime, PlansStayWithinTheClockAndUseTheIncrement) {
         EXPECT_LE(p.softMs, p.hardMs);
         EXPECT_LE(p.hardMs, clock > 2 ? clock - std::min<int64_t>(30, clock / 2) : 1) << clock;
         // Where the clock must last the game, the increment counts from the first move.
-        EXPECT_TRUE(clock < 2000 || !increment || movesToGo || p.softMs > PlanMove(clock, 0, 0).softMs) << clock;
+        EXPECT_TRUE(clock < 2000 || !increment || movesToGo || p.softMs > PlanMove(clock, 0, 0).softMs)
+            << clock;
       }
   EXPECT_GT(PlanMove(60000, 0, 1).hardMs, PlanMove(60000, 0, 40).hardMs);
   // With a clock, an iteration that cannot finish is not begun; with a fixed time it still is.

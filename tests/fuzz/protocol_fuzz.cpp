@@ -59,7 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   gameClock = GameClock{};
   interpreter = InterpreterState{};
   Interpret("new");
-  while (scriptAt < script.size() || QueuedLineCount()) {
+  while (scriptAt < script.size()) {
     PollInput();
     while (const char* line = DispatchQueuedLine()) {
       gameClock.fixedDepth = ShallowDepth;
