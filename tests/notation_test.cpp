@@ -6,7 +6,6 @@
 #include <string>
 
 #include "board/display.h"
-#include "board/fen.h"
 #include "board/notation.h"
 #include "tests/capture.h"
 #include "tests/encode.h"
@@ -48,7 +47,7 @@ TEST(MoveText, CoordinateAndDisplayForms) {
     if (c.coordinate) {
       EXPECT_EQ(std::string("move ") + c.coordinate + "\n", Captured([&] { PrintCoordinateMove(c.move); }));
     }
-    EXPECT_EQ(c.display, Captured([&] { PrintMove(c.move); })) << c.coordinate;
+    EXPECT_EQ(c.display, Captured([&] { PrintMove(c.move); })) << c.display;
   }
   const Move list[] = {M(E2, E4, Pawn), M(G1, F3, Knight), M(F3, E5, Knight, Pawn), 0};
   EXPECT_EQ("e4 Nf3 Nxe5(p) ", Captured([&] { PrintMoveList(list); }));
