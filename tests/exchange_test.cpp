@@ -1,39 +1,23 @@
 // Exchange evaluation decides which captures the search tries first and which the quiescence
-// search drops, so a wrong sign or a missed x-ray silently weakens play. Each case is checked
-// as given and with colours swapped, where the result must be the same.
+// search drops, so a wrong sign or a missed x-ray silently weakens play.
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "board/fen.h"
 #include "board/movegen.h"
 #include "tests/position_check.h"
 
 namespace {
 
 int Exchange(const std::string& fen, int from, int to, int side) {
-  testing::internal::CaptureStdout();
-  SetPosition(fen.c_str());
-  EXPECT_EQ("", testing::internal::GetCapturedStdout()) << fen;
+  EXPECT_EQ("", ostrel_test::SetPositionQuietly(fen)) << fen;
   return StaticExchange(from, to, side);
 }
 
-struct Case {
-  const char* why;
-  const char* fen;
-  int from, to, side, gain;
-};
-
-void Check(const Case& c) {
-  EXPECT_EQ(c.gain, Exchange(c.fen, c.from, c.to, c.side)) << c.why << ": " << c.fen;
-  const std::string mirrored = ostrel_test::MirroredFen();
-  EXPECT_EQ(c.gain, Exchange(mirrored, c.from ^ 56, c.to ^ 56, c.side ^ 1)) << c.why << " (mirrored): " << mirrored;
-}
-
-}  // namespace
-
-TEST(StaticExchange, SimpleCaptures) {
-  const Case cases[] = {
+// Catches wrong piece values, a colour-dependent slip (each case is also played with colours
+// swapped, where the result must be the same), a missed x-ray and a king recapturing into check.
+TEST(StaticExchange, GainsAsGivenAndMirrored) {
+  const struct { const char* why; const char* fen; int from, to, side, gain; } cases[] = {
     {"undefended knight", "4k3/8/8/4n3/8/8/8/4RK2 w - -", E1, E5, White, 3000},
     {"undefended queen by a pawn", "4k3/8/8/3q4/4P3/8/8/4K3 w - -", E4, D5, White, 9000},
     {"pawn takes defended knight", "4k3/8/3p4/4n3/3P4/8/8/4K3 w - -", D4, E5, White, 2000},
@@ -42,45 +26,28 @@ TEST(StaticExchange, SimpleCaptures) {
     {"knight takes a pawn defended by a pawn", "4k3/8/5p2/4p3/8/3N4/8/3RK3 w - -", D3, E5, White, -2000},
     {"rook takes a pawn defended by a rook", "4k3/8/8/3r4/4P3/8/8/4RK2 b - -", D5, E4, Black, -4000},
     {"capture onto an empty square", "4k3/8/8/8/8/8/8/4RK2 w - -", E1, E5, White, 0},
-  };
-  for (const Case& c : cases) Check(c);
-}
-
-TEST(StaticExchange, HiddenAttackersJoinAsTheFrontPieceLeaves) {
-  const Case cases[] = {
-    // Re2xN, RxR, Re1xR: the back rook makes the first capture safe.
+    // Hidden attackers join as the front piece leaves.
     {"doubled rooks", "k3r3/8/8/4n3/8/8/4R3/4RK2 w - -", E2, E5, White, 3000},
-    // BxN, PxB, QxP: the queen behind the bishop wins the pawn back.
     {"queen behind bishop", "4k3/8/5p2/4n3/8/2B5/1Q6/4K3 w - -", C3, E5, White, 1000},
-    // NxP, RxN, RxR, QxR: the queen behind Black's rook turns it into a loss, so White keeps
-    // the pawn only by not recapturing: NxP, RxN and stop.
+    // NxP, RxN, RxR, QxR loses, so White keeps the pawn's worth only by stopping after RxN.
     {"defender's queen behind its rook", "4q1k1/4r3/8/4p3/8/5N2/8/4R1K1 w - -", F3, E5, White, -2000},
-    // PxN, PxP, BxP: a pawn opens the diagonal for the bishop behind it.
     {"bishop behind pawn", "4k3/8/5p2/4n3/3P4/2B5/8/4K3 w - -", D4, E5, White, 3000},
-  };
-  for (const Case& c : cases) Check(c);
-}
-
-TEST(StaticExchange, KingOnlyCapturesIntoUndefendedSquares) {
-  const Case cases[] = {
-    // RxN, PxR, and the king may not take back because the rook on e8 guards e5.
+    // The king only captures onto a square nothing guards.
     {"king would be recaptured", "4r1k1/8/3p4/4n3/5K2/8/8/4R3 w - -", E1, E5, White, -2000},
-    // Without the rook the king does take back: RxN, PxR, KxP.
     {"king recaptures safely", "6k1/8/3p4/4n3/5K2/8/8/4R3 w - -", E1, E5, White, -1000},
     {"king takes an undefended knight", "6k1/8/8/4n3/5K2/8/8/8 w - -", F4, E5, White, 3000},
     {"king takes a defended knight", "6k1/8/3p4/4n3/5K2/8/8/8 w - -", F4, E5, White, -96000},
-  };
-  for (const Case& c : cases) Check(c);
-}
-
-TEST(StaticExchange, PieceStandingOnItsOwnSquare) {
-  // from == to asks what the piece there risks: the opponent moves first, and the first gain
-  // is 0 because nothing has been taken yet.
-  const Case cases[] = {
+    // from == to asks what the piece there risks: the opponent moves first.
     {"unattacked knight", "4k3/8/8/8/4N3/8/8/4K3 w - -", E4, E4, White, 0},
     {"hanging knight", "4k3/8/8/3p4/4N3/8/8/4K3 w - -", E4, E4, White, -3000},
     {"knight defended by a pawn", "4k3/8/8/3p4/4N3/5P2/8/4K3 w - -", E4, E4, White, -2000},
     {"knight attacked only by a rook, defended", "4k3/4r3/8/8/4N3/5P2/8/4K3 w - -", E4, E4, White, 0},
   };
-  for (const Case& c : cases) Check(c);
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.gain, Exchange(c.fen, c.from, c.to, c.side)) << c.why << ": " << c.fen;
+    const std::string mirrored = ostrel_test::MirroredFen();
+    EXPECT_EQ(c.gain, Exchange(mirrored, c.from ^ 56, c.to ^ 56, c.side ^ 1)) << c.why << " (mirrored)";
+  }
 }
+
+}  // namespace

@@ -2,45 +2,37 @@
 // byte, and the game record's play, take-back and repetition bookkeeping.
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <cstdlib>
+#include <set>
+#include <string>
 
 #include "board/bitboard.h"
 #include "board/fen.h"
 #include "board/game.h"
-#include "board/keys.h"
 #include "board/movegen.h"
 #include "board/repetition.h"
+#include "tests/capture.h"
+#include "tests/encode.h"
 #include "tests/position_check.h"
 
 namespace {
 
 using ostrel_test::CheckPosition;
 using ostrel_test::DiffPositions;
+using ostrel_test::M;
 using ostrel_test::MoveText;
-using ostrel_test::PseudoLegalMoves;
-using ostrel_test::RandomGame;
+using ostrel_test::SetPositionQuietly;
 using ostrel_test::SnapshotPosition;
-
-void SetQuietly(const char* fen) { ostrel_test::SetPositionQuietly(fen); }
-
-// Makes m for `side` at ply 0 with the undo record filled, as the game does.
-void Make(Move m, int side) {
-  SaveUndo(0);
-  MakeMove(m, 0, side);
-}
 
 #ifdef OSTREL_SANITIZE
 constexpr int GamesPerStart = 2;
-constexpr int MaxGamePlies = 300;
 #else
 constexpr int GamesPerStart = 6;
-constexpr int MaxGamePlies = 300;
 #endif
+constexpr int MaxGamePlies = 300;
 
-struct MoveKinds {
-  int enPassant = 0, castling = 0, promotions[7] = {}, captures = 0;
-};
-
+// Catches any derived field (bitboards, keys, counts, material, rights) that make or unmake
+// gets wrong, named by the audit, in random games from starts rich in special moves.
 TEST(MakeUnmake, EveryPseudoLegalMoveKeepsThePositionSoundAndUnmakesToTheByte) {
   const char* const starts[] = {
       "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -",
@@ -52,11 +44,11 @@ TEST(MakeUnmake, EveryPseudoLegalMoveKeepsThePositionSoundAndUnmakesToTheByte) {
       "8/8/1k6/2b5/2pP4/8/5K2/8 b - d3",
       "r3k2r/8/3Q4/8/8/5q2/8/R3K2R b KQkq -",
   };
-  MoveKinds seen;
+  std::set<std::string> seen;  // the special moves met
   uint64_t seed = 1;
   for (const char* start : starts) {
     for (int game = 0; game < GamesPerStart; game++) {
-      RandomGame g(start, seed++);
+      ostrel_test::RandomGame g(start, seed++);
       const Position initial = SnapshotPosition();
       bool going = true;
       while (going && g.Plies() < MaxGamePlies && PopCount(pos.occupied) > 2) {
@@ -66,11 +58,10 @@ TEST(MakeUnmake, EveryPseudoLegalMoveKeepsThePositionSoundAndUnmakesToTheByte) {
 
         const Position before = SnapshotPosition();
         SaveUndo(1);
-        for (Move m : PseudoLegalMoves(side)) {
-          if (MoveCaptured(m)) seen.captures++;
-          if (MoveCaptured(m) && pos.board[MoveTo(m)] == 0) seen.enPassant++;
-          if (MovePiece(m) == King && (MoveTo(m) - MoveFrom(m) == 2 || MoveFrom(m) - MoveTo(m) == 2)) seen.castling++;
-          seen.promotions[MovePromotion(m)]++;
+        for (Move m : ostrel_test::PseudoLegalMoves(side)) {
+          if (MoveCaptured(m) && pos.board[MoveTo(m)] == 0) seen.insert("en passant");
+          if (MovePiece(m) == King && std::abs(MoveTo(m) - MoveFrom(m)) == 2) seen.insert("castling");
+          if (MovePromotion(m)) seen.insert("promotion to " + std::to_string(MovePromotion(m)));
           MakeMove(m, 1, side);
           fault = CheckPosition(side ^ 1);
           UnmakeMove(m, 1, side);
@@ -86,67 +77,59 @@ TEST(MakeUnmake, EveryPseudoLegalMoveKeepsThePositionSoundAndUnmakesToTheByte) {
       ASSERT_EQ(DiffPositions(initial, pos), "") << "game from " << start << " taken back";
     }
   }
-  // The starts were chosen to make these moves; without them the test would prove much less.
-  EXPECT_GT(seen.captures, 0);
-  EXPECT_GT(seen.enPassant, 0);
-  EXPECT_GT(seen.castling, 0);
-  for (int type = Knight; type <= Queen; type++) EXPECT_GT(seen.promotions[type], 0) << "promotion to " << type;
+  // The starts were chosen to make every special move; without them the test would prove much less.
+  EXPECT_EQ(seen.size(), 6u);
 }
 
-// Each move is audited after it is made (the checker recomputes keys, counts and occupancies)
-// and must unmake to the byte.
+// Catches wrong castling rights, en-passant square or rook and pawn placement after the special
+// moves, which the audit cannot tell from other sound positions. Each move must also pass the
+// audit and unmake to the byte.
 TEST(MakeUnmake, SpotCases) {
   const char* const corners = "r3k2r/8/8/8/8/8/8/R3K2R w KQkq -";
   const char* const cornersBlack = "r3k2r/8/8/8/8/8/8/R3K2R b KQkq -";
   const int none = -1;
-  struct Case {
-    const char* fen;
-    int side;
-    Move move;
-    uint32_t flags;
-    int epSquare, emptied, filled, content;  // `filled` holds `content` afterwards
-  } cases[] = {
+  // Castling rights and en-passant square afterwards; `emptied` is empty and `filled` holds `content`.
+  const struct { const char* fen; int side; Move move; uint32_t flags; int ep, emptied, filled, content; }
+      cases[] = {
       // A double step marks the square passed; any other move clears it.
-      {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -", White, EncodeMove(E2, E4, Pawn, 0, 0), 15, E3, E2, E4, Pawn},
-      {"4k3/3p4/8/4P3/8/8/8/4K3 b - -", Black, EncodeMove(D7, D5, Pawn, 0, 0), 0, D6, D7, D5, -Pawn},
-      {"4k3/8/8/3pP3/8/8/8/4K3 w - d6", White, EncodeMove(E1, E2, King, 0, 0), 0, 0, E1, E2, King},
+      {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -", White, M(E2, E4, Pawn), 15, E3, E2, E4, Pawn},
+      {"4k3/3p4/8/4P3/8/8/8/4K3 b - -", Black, M(D7, D5, Pawn), 0, D6, D7, D5, -Pawn},
+      {"4k3/8/8/3pP3/8/8/8/4K3 w - d6", White, M(E1, E2, King), 0, 0, E1, E2, King},
       // En passant removes the pawn behind the square taken.
-      {"4k3/8/8/3pP3/8/8/8/4K3 w - d6", White, EncodeMove(E5, D6, Pawn, Pawn, 0), 0, 0, D5, D6, Pawn},
-      {"4k3/8/8/8/3Pp3/8/8/4K3 b - d3", Black, EncodeMove(E4, D3, Pawn, Pawn, 0), 0, 0, D4, D3, -Pawn},
+      {"4k3/8/8/3pP3/8/8/8/4K3 w - d6", White, M(E5, D6, Pawn, Pawn), 0, 0, D5, D6, Pawn},
+      {"4k3/8/8/8/3Pp3/8/8/4K3 b - d3", Black, M(E4, D3, Pawn, Pawn), 0, 0, D4, D3, -Pawn},
       // A king step that is no castling drops both rights of its side and is no castling.
-      {corners, White, EncodeMove(E1, F1, King, 0, 0), 12, 0, E1, F1, King},
-      {corners, White, EncodeMove(E1, D2, King, 0, 0), 12, 0, none, A1, Rook},
-      {cornersBlack, Black, EncodeMove(E8, E7, King, 0, 0), 3, 0, none, H8, -Rook},
+      {corners, White, M(E1, F1, King), 12, 0, E1, F1, King},
+      {cornersBlack, Black, M(E8, E7, King), 3, 0, none, H8, -Rook},
       // A rook leaving its corner drops its own right only.
-      {corners, White, EncodeMove(A1, B1, Rook, 0, 0), 14, 0, A1, B1, Rook},
-      {corners, White, EncodeMove(H1, G1, Rook, 0, 0), 13, 0, H1, G1, Rook},
-      {cornersBlack, Black, EncodeMove(A8, A5, Rook, 0, 0), 11, 0, A8, A5, -Rook},
-      {cornersBlack, Black, EncodeMove(H8, H7, Rook, 0, 0), 7, 0, H8, H7, -Rook},
+      {corners, White, M(A1, B1, Rook), 14, 0, A1, B1, Rook},
+      {corners, White, M(H1, G1, Rook), 13, 0, H1, G1, Rook},
       // Taking a rook in its corner drops the victim's right too.
-      {corners, White, EncodeMove(H1, H8, Rook, Rook, 0), 5, 0, H1, H8, Rook},
-      {cornersBlack, Black, EncodeMove(A8, A1, Rook, Rook, 0), 10, 0, A8, A1, -Rook},
-      {"r3k2r/8/8/8/8/8/1B6/R3K2R w KQkq -", White, EncodeMove(B2, H8, Bishop, Rook, 0), 7, 0, B2, H8, Bishop},
-      {"r3k2r/6b1/8/8/8/8/8/R3K2R b KQkq -", Black, EncodeMove(G7, A1, Bishop, Rook, 0), 14, 0, G7, A1, -Bishop},
+      {corners, White, M(H1, H8, Rook, Rook), 5, 0, H1, H8, Rook},
+      {cornersBlack, Black, M(A8, A1, Rook, Rook), 10, 0, A8, A1, -Rook},
+      {"r3k2r/8/8/8/8/8/1B6/R3K2R w KQkq -", White, M(B2, H8, Bishop, Rook), 7, 0, B2, H8, Bishop},
       // Castling gives up both rights, records that the side has castled, and the rook crosses.
-      {corners, White, EncodeMove(E1, G1, King, 0, 0), 12 | 16, 0, H1, F1, Rook},
-      {corners, White, EncodeMove(E1, C1, King, 0, 0), 12 | 16, 0, A1, D1, Rook},
-      {cornersBlack, Black, EncodeMove(E8, G8, King, 0, 0), 3 | 32, 0, H8, F8, -Rook},
-      {cornersBlack, Black, EncodeMove(E8, C8, King, 0, 0), 3 | 32, 0, A8, D8, -Rook},
+      {corners, White, M(E1, G1, King), 12 | 16, 0, H1, F1, Rook},
+      {corners, White, M(E1, C1, King), 12 | 16, 0, A1, D1, Rook},
+      {cornersBlack, Black, M(E8, G8, King), 3 | 32, 0, H8, F8, -Rook},
+      {cornersBlack, Black, M(E8, C8, King), 3 | 32, 0, A8, D8, -Rook},
   };
-  for (const Case& c : cases) {
-    SetQuietly(c.fen);
-    ASSERT_TRUE(IsValidMove(c.move, c.side)) << MoveText(c.move) << " in " << c.fen;
+  for (const auto& c : cases) {
+    SetPositionQuietly(c.fen);
+    const std::string where = MoveText(c.move) + " in " + c.fen;
+    ASSERT_TRUE(IsValidMove(c.move, c.side)) << where;
     const Position before = SnapshotPosition();
-    Make(c.move, c.side);
-    EXPECT_EQ(pos.castleFlags, c.flags) << MoveText(c.move) << " in " << c.fen;
-    EXPECT_EQ(pos.epSquare, c.epSquare) << MoveText(c.move) << " in " << c.fen;
+    SaveUndo(0);
+    MakeMove(c.move, 0, c.side);
+    EXPECT_EQ(pos.castleFlags, c.flags) << where;
+    EXPECT_EQ(pos.epSquare, c.ep) << where;
     if (c.emptied != none) {
-      EXPECT_EQ(pos.board[c.emptied], 0) << MoveText(c.move) << " in " << c.fen;
+      EXPECT_EQ(pos.board[c.emptied], 0) << where;
     }
-    EXPECT_EQ(pos.board[c.filled], c.content) << MoveText(c.move) << " in " << c.fen;
-    EXPECT_EQ(CheckPosition(c.side ^ 1), "") << MoveText(c.move) << " in " << c.fen;
+    EXPECT_EQ(pos.board[c.filled], c.content) << where;
+    EXPECT_EQ(CheckPosition(c.side ^ 1), "") << where;
     UnmakeMove(c.move, 0, c.side);
-    EXPECT_EQ(DiffPositions(before, pos), "") << MoveText(c.move) << " in " << c.fen;
+    EXPECT_EQ(DiffPositions(before, pos), "") << where;
   }
 }
 
@@ -156,17 +139,18 @@ class GameHistory : public testing::Test {
   void SetUp() override { StartGame(nullptr); }
   void TearDown() override { StartGame(nullptr); }
   static void StartGame(const char* fen) {
-    if (fen) SetQuietly(fen);
+    if (fen) SetPositionQuietly(fen);
     else SetInitialPosition();
     NewGameRecord();
   }
-  static std::string Play(int from, int to, int promotion, bool* played) {
-    testing::internal::CaptureStdout();
-    *played = PlayGameMove(from, to, promotion);
-    return testing::internal::GetCapturedStdout();
+  // What playing the move prints; `played` says whether it was played.
+  static std::string Play(int from, int to, int promotion, bool& played) {
+    return Captured([&] { played = PlayGameMove(from, to, promotion); });
   }
 };
 
+// Catches a game move or take-back that leaves the position, the record or the hash table's
+// age (which wraps at eight) out of step.
 TEST_F(GameHistory, PlayAndTakeBackRestoreThePositionAndTheAge) {
   const Position start = SnapshotPosition();
   ostrel_test::TestRandom random(77);
@@ -178,7 +162,7 @@ TEST_F(GameHistory, PlayAndTakeBackRestoreThePositionAndTheAge) {
     ASSERT_NE(end, legal);
     const Move m = legal[random.Below(uint32_t(end - legal))];
     bool played = false;
-    Play(MoveFrom(m), MoveTo(m), MovePromotion(m), &played);
+    Play(MoveFrom(m), MoveTo(m), MovePromotion(m), played);
     ASSERT_TRUE(played) << MoveText(m);
     EXPECT_EQ(gameRecord.moveCount, n);
     EXPECT_EQ(pos.ttAge, n & 7);
@@ -189,79 +173,53 @@ TEST_F(GameHistory, PlayAndTakeBackRestoreThePositionAndTheAge) {
   for (int n = Moves - 1; n >= 0; n--) {
     UndoMove();
     EXPECT_EQ(gameRecord.moveCount, n);
-    EXPECT_EQ(pos.ttAge, n & 7) << "taking back to move " << n;  // 8 -> 7 wraps through 0
+    EXPECT_EQ(pos.ttAge, n & 7) << "taking back to move " << n;
     ASSERT_EQ(CheckPosition(), "") << "taken back to move " << n;
   }
   EXPECT_EQ(DiffPositions(start, pos), "");
-
   // Nothing left to take back: a message and no change.
-  testing::internal::CaptureStdout();
-  UndoMove();
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "UndoMove : cannot undo\n");
+  EXPECT_EQ(Captured(UndoMove), "UndoMove : cannot undo\n");
   EXPECT_EQ(gameRecord.moveCount, 0);
   EXPECT_EQ(DiffPositions(start, pos), "");
 }
 
+// Catches a game move matched on squares alone (wrong side, missing or impossible promotion
+// piece) and a promotion to another piece than the one named.
 TEST_F(GameHistory, UnknownMovesAreReportedAndNotPlayed) {
+  const struct { const char* fen; int from, to, promotion; const char* report; } cases[] = {
+      {"rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq -", E2, E4, 0, "cannot find move 12 28 0"},
+      {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -", E7, E5, 0, "cannot find move 52 36 0"},
+      {"4k3/1P6/8/8/8/8/8/4K3 w - -", B7, B8, 0, "cannot find move 49 57 0"},
+      {"4k3/1P6/8/8/8/8/8/4K3 w - -", B7, B8, King, "cannot find move 49 57 6"},
+  };
+  for (const auto& c : cases) {
+    StartGame(c.fen);
+    const Position before = SnapshotPosition();
+    bool played = true;
+    EXPECT_EQ(Play(c.from, c.to, c.promotion, played), std::string("Make move : ") + c.report + "\n");
+    EXPECT_FALSE(played) << c.report;
+    EXPECT_EQ(gameRecord.moveCount, 0);
+    EXPECT_EQ(DiffPositions(before, pos), "") << c.report;
+  }
   bool played = false;
-  EXPECT_EQ(Play(E2, E4, 0, &played), "");
-  ASSERT_TRUE(played);
-  const Position after = SnapshotPosition();
-
-  // White's move again, with Black to move.
-  EXPECT_EQ(Play(E2, E4, 0, &played), "Make move : cannot find move 12 28 0\n");
-  EXPECT_FALSE(played);
-  EXPECT_EQ(Play(E7, E4, 0, &played), "Make move : cannot find move 52 28 0\n");
-  EXPECT_FALSE(played);
-  EXPECT_EQ(gameRecord.moveCount, 1);
-  EXPECT_EQ(DiffPositions(after, pos), "");
-
-  // A promotion must name its piece, and the piece named is the one that appears.
-  StartGame("4k3/1P6/8/8/8/8/8/4K3 w - -");
-  EXPECT_EQ(Play(B7, B8, 0, &played), "Make move : cannot find move 49 57 0\n");
-  EXPECT_FALSE(played);
-  EXPECT_EQ(Play(B7, B8, King, &played), "Make move : cannot find move 49 57 6\n");
-  EXPECT_FALSE(played);
-  Play(B7, B8, Knight, &played);
+  Play(B7, B8, Knight, played);
   ASSERT_TRUE(played);
   EXPECT_EQ(pos.board[B8], Knight);
-  EXPECT_EQ(CheckPosition(), "");
 }
 
+// Catches repetitions missed or found where there are none, and game moves and take-backs
+// whose pushes and pops of the repetition list do not pair up.
 TEST_F(GameHistory, ReturningToAnEarlierPositionIsARepetition) {
   const int shuffle[4][2] = {{G1, F3}, {G8, F6}, {F3, G1}, {F6, G8}};
   bool played = false;
   for (int i = 0; i < 4; i++) {
     EXPECT_FALSE(IsRepetition()) << "before move " << i + 1;
-    Play(shuffle[i][0], shuffle[i][1], 0, &played);
+    Play(shuffle[i][0], shuffle[i][1], 0, played);
     ASSERT_TRUE(played);
   }
   EXPECT_TRUE(IsRepetition()) << "back at the initial position";
-  UndoMove();
-  EXPECT_FALSE(IsRepetition());
-  UndoMove();
-  UndoMove();
-  UndoMove();
+  for (int i = 0; i < 4; i++) UndoMove();
   for (const RepetitionBucket& b : repetitionList) EXPECT_EQ(b.count, 0);
-
-  // The search's way: push before each make, pop after each unmake, test at each node.
-  Move line[4];
-  int side = White;
-  for (int ply = 0; ply < 4; ply++, side ^= 1) {
-    EXPECT_FALSE(IsRepetition()) << "ply " << ply;
-    line[ply] = EncodeMove(shuffle[ply][0], shuffle[ply][1], Knight, 0, 0);
-    PushRepetition();
-    SaveUndo(ply);
-    MakeMove(line[ply], ply, side);
-  }
-  EXPECT_TRUE(IsRepetition());
-  for (int ply = 3; ply >= 0; ply--) {
-    side ^= 1;
-    UnmakeMove(line[ply], ply, side);
-    PopRepetition();
-  }
-  for (const RepetitionBucket& b : repetitionList) EXPECT_EQ(b.count, 0);
-  EXPECT_FALSE(IsRepetition());
 }
 
 }  // namespace
