@@ -2,16 +2,12 @@
 // evaluation terms written for one colour and mirrored wrongly for the other.
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <fstream>
 #include <string>
-#include <vector>
 
 #include "board/fen.h"
-#include "board/makemove.h"
-#include "board/movegen.h"
 #include "board/position.h"
 #include "search/eval.h"
+#include "tests/capture.h"
 #include "tests/position_check.h"
 
 namespace {
@@ -24,48 +20,36 @@ bool GateAsymmetric() { return pos.colourOcc[White] < 4 || pos.colourOcc[Black] 
 struct Checked {
   int compared = 0;
   std::string firstFailure;
+
+  void Add(const std::string& fen) {
+    bool skip = false;
+    int score = 0, mirrored = 0;
+    std::string mirror;
+    Captured([&] {
+      SetPosition(fen.c_str());
+      skip = GateAsymmetric() || !pos.pieces[White][KingSlot] || !pos.pieces[Black][KingSlot];
+      score = Evaluate(pos.sideToMove);
+      mirror = ostrel_test::MirroredFen();
+      SetPosition(mirror.c_str());
+      skip |= GateAsymmetric();
+      mirrored = Evaluate(pos.sideToMove);
+    });
+    if (skip) return;
+    compared++;
+    if (score != -mirrored && firstFailure.empty())
+      firstFailure = fen + " scores " + std::to_string(score) + ", mirror " + mirror + " scores " + std::to_string(mirrored);
+  }
 };
-
-void CheckSymmetry(const std::string& fen, Checked& checked) {
-  testing::internal::CaptureStdout();
-  SetPosition(fen.c_str());
-  const bool skip = GateAsymmetric() || !pos.pieces[White][KingSlot] || !pos.pieces[Black][KingSlot];
-  const int score = Evaluate(pos.sideToMove);
-  const std::string mirror = ostrel_test::MirroredFen();
-  SetPosition(mirror.c_str());
-  const bool skipMirror = GateAsymmetric();
-  const int mirrored = Evaluate(pos.sideToMove);
-  testing::internal::GetCapturedStdout();
-  if (skip || skipMirror) return;
-  checked.compared++;
-  if (score != -mirrored && checked.firstFailure.empty())
-    checked.firstFailure = fen + " scores " + std::to_string(score) + ", mirror " + mirror + " scores " + std::to_string(mirrored);
-}
-
-std::vector<std::string> ReadFens(const std::string& path) {
-  std::vector<std::string> fens;
-  std::ifstream in(path);
-  std::string line;
-  while (std::getline(in, line))
-    if (line.size() > 10) fens.push_back(line);
-  return fens;
-}
-
-uint64_t rng = 0x9E3779B97F4A7C15ULL;
-unsigned Next(unsigned n) {
-  rng ^= rng << 13, rng ^= rng >> 7, rng ^= rng << 17;
-  return unsigned(rng % n);
-}
 
 }  // namespace
 
 TEST(EvalSymmetry, SuitePositions) {
   Checked checked;
-  for (const char* file : {"/epd/wac.epd", "/epd/bk.epd", "/epd/kaufman.epd", "/perft/perftsuite.epd",
-                           "/perft/perft_tricky.epd", "/perft/perft_double_checks.epd", "/perft/perft_marcel.epd"}) {
-    const std::vector<std::string> fens = ReadFens(std::string(OSTREL_TEST_DATA) + file);
+  for (const char* file : {"epd/wac.epd", "epd/bk.epd", "epd/kaufman.epd", "perft/perftsuite.epd",
+                           "perft/perft_tricky.epd", "perft/perft_double_checks.epd", "perft/perft_marcel.epd"}) {
+    const std::vector<std::string> fens = ostrel_test::ReadEpdPositions(file);
     ASSERT_FALSE(fens.empty()) << file;
-    for (const std::string& fen : fens) CheckSymmetry(fen, checked);
+    for (const std::string& fen : fens) checked.Add(fen);
   }
   EXPECT_GT(checked.compared, 7000);
   EXPECT_EQ(checked.firstFailure, "");
@@ -74,19 +58,10 @@ TEST(EvalSymmetry, SuitePositions) {
 TEST(EvalSymmetry, RandomGames) {
   Checked checked;
   for (int game = 0; game < 60; game++) {
-    SetInitialPosition();
-    int side = White;
-    for (int ply = 0; ply < 120; ply++) {
-      Move moves[MaxMoves];
-      Move* end = GenerateLegal(moves, side);
-      if (end == moves) break;
-      SaveUndo(0);
-      MakeMove(moves[Next(unsigned(end - moves))], 0, side);
-      side ^= 1;
-      pos.sideToMove = side;
-      const std::string fen = PositionToEpd();
+    ostrel_test::RandomGame random("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -", 1000 + game);
+    for (int ply = 0; ply < 120 && random.Play(); ply++) {
       const Position kept = pos;
-      CheckSymmetry(fen, checked);
+      checked.Add(PositionToEpd());
       pos = kept;
     }
   }

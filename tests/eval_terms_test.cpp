@@ -1,65 +1,85 @@
-// The second evaluation stage term by term, on sparse positions whose every term is known.
+// The evaluation term by term, on sparse positions whose every term is worked out by hand: the
+// second stage, the pawn structure and its table, king safety, and the choice of king table.
 #include <gtest/gtest.h>
+
+#include <cstring>
 
 #include "board/fen.h"
 #include "board/game.h"
 #include "search/eval.h"
+#include "search/pawns.h"
 #include "search/psqtables.h"
+#include "tests/capture.h"
 
 namespace {
 
-// Second-stage value of a position; `halfMoves` is how far the game has gone.
-int SecondStage(const char* fen, int halfMoves = 40, int toMove = -1) {
-  gameRecord.moveCount = halfMoves;
-  testing::internal::CaptureStdout();
-  SetPosition(fen);
-  testing::internal::GetCapturedStdout();
-  return EvaluateSecondStage(ProbePawnTable(), toMove < 0 ? pos.sideToMove : toMove);
+constexpr int Any = -99999;
+
+void Set(const char* fen) {
+  Captured([fen] { SetPosition(fen); });
 }
 
-class EvalTerms : public testing::Test {
- protected:
-  void TearDown() override { gameRecord.moveCount = 0; }
-};
+// Second-stage value of a position; `halfMoves` is how far the game has gone.
+int SecondStage(const char* fen, int halfMoves = 40, int toMove = Any) {
+  gameRecord.moveCount = halfMoves;
+  Set(fen);
+  const int value = EvaluateSecondStage(ProbePawnTable(), toMove == Any ? pos.sideToMove : toMove);
+  gameRecord.moveCount = 0;
+  return value;
+}
+
+const PawnEntry& Formation(const char* fen) {
+  Set(fen);
+  return ProbePawnTable();
+}
 
 }  // namespace
 
-TEST_F(EvalTerms, BishopPairAndTheWinningKingsApproach) {
-  // Pair with no pawns +1000; a 6000 lead against a bare king: 50 per step under 14 (7 apart).
-  EXPECT_EQ(SecondStage("4k3/8/8/8/8/8/8/2B1KB2 w - -"), 1000 + 350);
+// Catches a second-stage term lost, mis-signed, mis-weighted or read for the wrong side.
+TEST(EvalTerms, SecondStageOnPositionsWorkedOutByHand) {
+  const struct {
+    const char* fen;
+    int halfMoves, toMove, value;
+  } cases[] = {
+      // Bishop pair with no pawns +1000; a 6000 lead against a bare king: 50 per step under 14.
+      {"4k3/8/8/8/8/8/8/2B1KB2 w - -", 40, Any, 1000 + 350},
+      // A rook: open file +100, 10 per square it sees; on the seventh +800 with the enemy king on
+      // its back rank and no pawns there, +250 without.
+      {"4k3/8/8/8/8/8/8/R3K3 w - -", 40, Any, 210 + 350},
+      {"4k3/R7/8/8/8/8/8/4K3 w - -", 40, Any, 100 + 140 + 800 + 350},
+      {"8/R3k3/8/8/8/8/8/4K3 w - -", 40, Any, 100 + 110 + 250 + 50 * (14 - 6)},
+      // Knight and bishop against a rook with four pawns +150; the black rook on a pawn-blocked
+      // file sees five squares.
+      {"r3k3/pp6/8/8/8/8/PP6/1NB1K3 w - -", 40, Any, 150 - 50},
+      // Minors at home cost 250 each while the game is young (White four, Black three).
+      {"rn1qkbnr/8/8/8/8/8/8/RNBQKBNR w KQkq -", 0, Any, -250 + 1000},
+      {"rn1qkbnr/8/8/8/8/8/8/RNBQKBNR w KQkq -", 30, Any, 1000},
+      // The extra pawn of a pawn ending +2000; a black king in front stops the sixth-rank +400.
+      {"4k3/8/3P4/8/8/8/8/4K3 w - -", 40, Any, 2000},
+      // A runaway pawn (no black piece) +2500; on the edge of the square the side to move decides.
+      {"8/8/3P4/8/8/8/8/k3K3 w - -", 40, Any, 400 + 2500 + 2000},
+      {"8/8/k2P4/8/8/8/8/4K3 w - -", 40, White, 400 + 2500 + 2000},
+      {"8/8/k2P4/8/8/8/8/4K3 w - -", 40, Black, 400 + 2000},
+      // On the seventh +300; with one black piece the runaway bonus is 2000.
+      {"8/3P4/8/8/8/8/n7/k3K3 w - -", 40, Any, 300 + 2000},
+  };
+  for (const auto& c : cases) EXPECT_EQ(SecondStage(c.fen, c.halfMoves, c.toMove), c.value) << c.fen;
+  // Two rooks on one file see each other: +60 for the one behind, besides the squares they see.
+  EXPECT_EQ(SecondStage("4k3/8/8/8/8/8/R7/R3K3 w - -") - SecondStage("4k3/8/8/8/8/8/7R/R3K3 w - -"),
+            60 + (100 + 10 * 8 + 100 + 10 * 13) - (100 + 10 * 13 + 100 + 10 * 14));
 }
 
-TEST_F(EvalTerms, Rooks) {
-  // Open file +100, eleven squares +110, and the approach of the winning king.
-  EXPECT_EQ(SecondStage("4k3/8/8/8/8/8/8/R3K3 w - -"), 210 + 350);
-  // On the seventh with the king on its back rank and no pawns there: +800.
-  EXPECT_EQ(SecondStage("4k3/R7/8/8/8/8/8/4K3 w - -"), 100 + 140 + 800 + 350);
-  // The king off its back rank: +250 only.
-  EXPECT_EQ(SecondStage("8/R3k3/8/8/8/8/8/4K3 w - -"), 100 + 10 * 11 + 250 + 50 * (14 - 6));
-  // Two rooks on one file see each other: +60 for the one behind.
-  const int doubled = SecondStage("4k3/8/8/8/8/8/R7/R3K3 w - -");
-  const int apart = SecondStage("4k3/8/8/8/8/8/7R/R3K3 w - -");
-  EXPECT_EQ(doubled - apart, 60 + (100 + 10 * 8 + 100 + 10 * 13) - (100 + 10 * 13 + 100 + 10 * 14));
-}
-
-TEST_F(EvalTerms, TwoMinorsAgainstARook) {
-  // Knight and bishop against a rook with four pawns: +150; the black rook on a pawn-blocked
-  // file sees five squares: -50.
-  EXPECT_EQ(SecondStage("r3k3/pp6/8/8/8/8/PP6/1NB1K3 w - -"), 150 - 50);
-}
-
-TEST_F(EvalTerms, CastlingLoss) {
-  // While the game is young a side that gives up its rights without castling pays 300.
-  EXPECT_EQ(SecondStage("r3k2r/8/8/8/8/8/8/R3K2R w KQkq -", 0), 0);
-  EXPECT_EQ(castlingLossPenalty[White], -300);
+// Catches the castling penalty charged for rights lost before the search, for the other side's
+// rights, or after castling.
+TEST(EvalTerms, CastlingLoss) {
+  gameRecord.moveCount = 0;
+  Set("r3k2r/8/8/8/8/8/8/R3K2R w KQkq -");
+  EXPECT_EQ(EvaluateSecondStage(ProbePawnTable(), White), 0);
   pos.castleFlags &= ~uint32_t(WhiteKingSide | WhiteQueenSide);
   EXPECT_EQ(EvaluateSecondStage(ProbePawnTable(), White), -300);
   pos.castleFlags |= WhiteCastled;
   EXPECT_EQ(EvaluateSecondStage(ProbePawnTable(), White), 0);
-  // From the thirtieth half-move on nothing is owed.
-  SecondStage("r3k2r/8/8/8/8/8/8/R3K2R w KQkq -", 30);
-  EXPECT_EQ(castlingLossPenalty[White], 0);
-  // Each side pays only for rights of its own.
+  // Each side pays only for rights it still has when the search starts.
   SecondStage("r3k2r/8/8/8/8/8/8/R3K2R w Qk -", 29);
   EXPECT_EQ(castlingLossPenalty[White], -300);
   EXPECT_EQ(castlingLossPenalty[Black], -300);
@@ -67,41 +87,95 @@ TEST_F(EvalTerms, CastlingLoss) {
   EXPECT_EQ(castlingLossPenalty[Black], 0);
 }
 
-TEST_F(EvalTerms, Development) {
-  // White: four minors at home (-1000); Black: three (-750); White's bishop pair +1000.
-  EXPECT_EQ(SecondStage("rn1qkbnr/8/8/8/8/8/8/RNBQKBNR w KQkq -", 0), -250 + 1000);
-  EXPECT_EQ(SecondStage("rn1qkbnr/8/8/8/8/8/8/RNBQKBNR w KQkq -", 30), 1000);
-}
-
-TEST_F(EvalTerms, PassedPawnsAndThePawnEnding) {
-  // The black king in front stops the sixth-rank bonus; the extra pawn in a pawn ending is +2000.
-  EXPECT_EQ(SecondStage("4k3/8/3P4/8/8/8/8/4K3 w - -"), 2000);
-  // Far away: +400 on the sixth, and a runaway (no black piece) +2500.
-  EXPECT_EQ(SecondStage("8/8/3P4/8/8/8/8/k3K3 w - -"), 400 + 2500 + 2000);
-  // On the edge of the square, the side to move decides the race.
-  EXPECT_EQ(SecondStage("8/8/k2P4/8/8/8/8/4K3 w - -", 40, White), 400 + 2500 + 2000);
-  EXPECT_EQ(SecondStage("8/8/k2P4/8/8/8/8/4K3 w - -", 40, Black), 400 + 2000);
-  // A seventh-rank pawn is worth less than a sixth-rank one (300), and with one black piece
-  // the runaway bonus is 2000.
-  EXPECT_EQ(SecondStage("8/3P4/8/8/8/8/n7/k3K3 w - -"), 300 + 2000);
-}
-
-TEST_F(EvalTerms, KingTableFollowsTheOpponentsPieces) {
-  // Piece material of the opponent, pawns not counted: 9000 or more keeps the middle game.
+// Catches the ending's king table chosen by the wrong material: the opponent's pieces, pawns
+// not counted, 9000 or more keep the middle game's.
+TEST(EvalTerms, KingTableFollowsTheOpponentsPieces) {
+  int middle[64], ending[64];
+  Set("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w - -");
+  memcpy(middle, pieceSquareTables[White][King], sizeof middle);
+  Set("4k3/8/8/8/8/8/8/4K3 w - -");
+  memcpy(ending, pieceSquareTables[White][King], sizeof ending);
+  ASSERT_NE(memcmp(middle, ending, sizeof middle), 0);
   const struct { const char* fen; bool whiteEnding, blackEnding; } cases[] = {
     {"3qk3/8/8/8/8/8/8/4K3 w - -", false, true},           // queen alone: 9000
     {"2nnk1n1/8/8/8/8/8/8/4K3 w - -", false, true},        // three knights: 9000
     {"3rkb2/8/8/8/8/8/8/4K3 w - -", true, true},           // rook and bishop: 8000
     {"3rk1n1/pppppppp/8/8/8/8/8/4K3 w - -", true, true},   // pawns do not count
     {"3rkb2/8/8/8/8/8/8/3QK3 w - -", true, false},
-    {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w - -", false, false},
   };
   for (const auto& c : cases) {
-    SecondStage(c.fen);
-    // e1 and d4 tell the tables apart: 0 and -80 in the middle game, 300 and 600 in the ending.
-    EXPECT_EQ(c.whiteEnding ? 300 : 0, pieceSquareTables[White][King][E1]) << c.fen;
-    EXPECT_EQ(c.whiteEnding ? 600 : -80, pieceSquareTables[White][King][D4]) << c.fen;
-    EXPECT_EQ(c.blackEnding ? 300 : 0, pieceSquareTables[Black][King][E8]) << c.fen;
-    EXPECT_EQ(c.blackEnding ? 600 : -80, pieceSquareTables[Black][King][D5]) << c.fen;
+    Set(c.fen);
+    EXPECT_EQ(memcmp(pieceSquareTables[White][King], c.whiteEnding ? ending : middle, sizeof middle), 0) << c.fen;
+    // Black's table is White's turned over.
+    for (int s = 0; s < 64; s++)
+      ASSERT_EQ(pieceSquareTables[Black][King][s ^ 56], (c.blackEnding ? ending : middle)[s]) << c.fen << " " << s;
   }
+}
+
+// Catches pawn terms (doubled, isolated, passed, backward) mis-scored or given to the wrong side.
+TEST(EvalTerms, PawnFormations) {
+  constexpr uint64_t A5bit = 1ULL << A5, E5bit = 1ULL << E5, D4bit = 1ULL << D4;
+  const struct {
+    const char* fen;
+    int score;        // White minus Black
+    uint64_t passed;  // passed on their fifth rank or beyond
+  } cases[] = {
+      // b- and c-pawns support each other; only the doubling counts.
+      {"4k3/1pp5/8/8/8/1P6/1PP5/4K3 w - -", -85, 0},
+      {"4k3/1pp5/8/8/1P6/1P6/1PP5/4K3 w - -", -170, 0},
+      {"4k3/1pp5/1p6/1p6/8/8/1PP5/4K3 w - -", 170, 0},
+      // a5 alone against h7 alone: both isolated; with a neighbour the a-pawn is not.
+      {"4k3/7p/8/P7/8/8/8/4K3 w - -", 0, A5bit},
+      {"4k3/7p/8/P7/8/8/1P6/4K3 w - -", 100, A5bit},
+      // Passed only from the fifth rank (Black's fifth is the fourth from White's side); a black
+      // pawn ahead on an adjacent file stops it, one behind does not.
+      {"4k3/8/8/8/4P3/8/8/4K3 w - -", Any, 0},
+      {"4k3/8/8/4P3/8/8/8/4K3 w - -", Any, E5bit},
+      {"4k3/3p4/8/4P3/8/8/8/4K3 w - -", Any, 0},
+      {"4k3/8/8/4P3/3p4/8/8/4K3 w - -", Any, E5bit | D4bit},
+      {"4k3/8/8/8/3p4/8/8/4K3 w - -", Any, D4bit},
+  };
+  for (const auto& c : cases) {
+    const PawnEntry& e = Formation(c.fen);
+    if (c.score != Any) {
+      EXPECT_EQ(int(e.score), c.score) << c.fen;
+    }
+    EXPECT_EQ(uint64_t(e.passed), c.passed) << c.fen;
+  }
+  // d2 lags behind c3 and e3. A black c-pawn costs Black the same on c5 and on c4, but only from
+  // c4 does it hit d3 and make d2 backward; a black pawn on the d-file makes it no backward pawn.
+  auto score = [](const char* fen) { return int(Formation(fen).score); };
+  EXPECT_EQ(score("4k3/8/8/2p5/8/2P1P3/3P4/4K3 w - -") - score("4k3/8/8/8/2p5/2P1P3/3P4/4K3 w - -"), 80);
+  EXPECT_EQ(score("4k3/3p4/8/8/2p5/2P1P3/3P4/4K3 w - -"), score("4k3/3p4/8/2p5/8/2P1P3/3P4/4K3 w - -"));
+}
+
+// Catches a pawn-table hit that returns another entry or recomputes.
+TEST(EvalTerms, PawnTableHitGivesTheStoredEntry) {
+  const PawnEntry fresh = Formation("r1bqkb1r/pp3ppp/2n1pn2/2pp4/3P4/2PBPN2/PP3PPP/RNBQK2R w KQkq -");
+  const uint32_t hits = pawnHits, computed = pawnComputed;
+  const PawnEntry& again = ProbePawnTable();
+  EXPECT_EQ(pawnHits, hits + 1);
+  EXPECT_EQ(pawnComputed, computed);
+  EXPECT_EQ(memcmp(&fresh, &again, sizeof fresh), 0);
+}
+
+// Catches shelter and open files counted wrongly, and the gate that lets off an attacker whose
+// men all stand on a1 and b1 (its occupancy read as a number) applied to any other.
+TEST(EvalTerms, KingSafety) {
+  const struct { const char* fen; int safety; } cases[] = {
+      // Bare kings: each king's index is its base and the open file (4 + 2, and 2 + 4 + 2 more
+      // around an e-file king), halved without a queen. White king on a1 or b1: 6 / 2 = 3,
+      // danger 250. Black king on e8: 15 / 2 = 7, danger 770, once White's occupancy is 4 or more.
+      {"4k3/8/8/8/8/8/8/K7 w - -", -250},
+      {"4k3/8/8/8/8/8/8/1K6 w - -", -250},
+      {"4k3/8/8/8/8/8/8/2K5 w - -", 770 - 250},
+      // White (c1): a-pawn home, b and c missing (13), open c-file 4 + 2: 19 / 2 = 9, danger 845.
+      // Black (e8): base 1, f-h missing (16), open d, e, f around the king 8, open e-file 4 + 2:
+      // 31 / 2 = 15, danger 1020.
+      {"4k3/p7/8/8/8/8/P7/2K5 w - -", 1020 - 845},
+  };
+  for (const auto& c : cases) EXPECT_EQ(KingSafety(Formation(c.fen)), c.safety) << c.fen;
+  // White's king-side shelter torn open against a queen costs more.
+  EXPECT_LT(KingSafety(Formation("r1bq1rk1/ppp2ppp/2n2n2/3pp3/8/8/PPPPP3/RNBQ1RK1 w - -")),
+            KingSafety(Formation("r1bq1rk1/ppp2ppp/2n2n2/3pp3/8/8/PPPPPPPP/RNBQ1RK1 w - -")));
 }
