@@ -18,6 +18,7 @@
 #include "tablebases/files.h"
 #include "tablebases/probe.h"
 #include "tablebases/registry.h"
+#include "tests/capture.h"
 
 namespace {
 
@@ -29,10 +30,11 @@ class EngineWithTables : public testing::Test {
 
   static void SetUpTestSuite() {
     InitPawnTables();  // the evaluation's, which the generator's tests need not
-    testing::internal::CaptureStdout();
-    InitHT(MinHashBits);
-    const int men = InitTablebases(OSTREL_TB_DIR);
-    testing::internal::GetCapturedStdout();
+    int men = 0;
+    Captured([&] {
+      InitHT(MinHashBits);
+      men = InitTablebases(OSTREL_TB_DIR);
+    });
     ASSERT_GE(men, 3);
     cache.resize(TablebaseCacheBytes);
     SetTablebaseCache(cache.data(), cache.size());
@@ -45,23 +47,20 @@ class EngineWithTables : public testing::Test {
   }
 
   static void Set(const char* fen) {
-    testing::internal::CaptureStdout();
-    SetPosition(fen);
-    NewGameRecord();
-    testing::internal::GetCapturedStdout();
+    Captured([fen] {
+      SetPosition(fen);
+      NewGameRecord();
+    });
   }
 
   static void Play(Move m) {
-    testing::internal::CaptureStdout();
-    PlayGameMove(MoveFrom(m), MoveTo(m), MovePromotion(m));
-    testing::internal::GetCapturedStdout();
+    Captured([m] { PlayGameMove(MoveFrom(m), MoveTo(m), MovePromotion(m)); });
   }
 
   static Move Think(int plies) {
     TimeLeft = 1000000000;
-    testing::internal::CaptureStdout();
-    const Move m = ::Think(pos.sideToMove, plies + 1, ThinkNoClock);
-    testing::internal::GetCapturedStdout();
+    Move m = 0;
+    Captured([&] { m = ::Think(pos.sideToMove, plies + 1, ThinkNoClock); });
     return m;
   }
 
@@ -74,6 +73,8 @@ class EngineWithTables : public testing::Test {
 
 std::vector<uint8_t> EngineWithTables::cache;
 
+// Catches a probe, a search or a table that breaks a table's promise: the engine, playing a won
+// table position, mates in exactly the moves promised against the longest defence.
 TEST_F(EngineWithTables, WinsAreMatedInTheMovesTheTablePromises) {
   const char* const wins[] = {
       "8/8/8/3k4/8/8/8/KQ6 w - -",  "7k/8/8/8/8/8/8/KQ6 w - -",    "kq6/8/8/8/8/8/8/7K b - -",
@@ -101,9 +102,7 @@ TEST_F(EngineWithTables, WinsAreMatedInTheMovesTheTablePromises) {
       for (Move* r = list; r < end; r++) {
         Play(*r);
         const int moves = MovesToMate();
-        testing::internal::CaptureStdout();
-        UndoMove();
-        testing::internal::GetCapturedStdout();
+        Captured([] { UndoMove(); });
         ASSERT_NE(moves, NoAnswer) << fen << " " << CoordinateText(*r) << " escapes the win";
         if (moves > longestMoves) longest = *r, longestMoves = moves;
       }
@@ -113,6 +112,7 @@ TEST_F(EngineWithTables, WinsAreMatedInTheMovesTheTablePromises) {
   }
 }
 
+// Catches a Black stronger side read from the wrong file or without turning the board over.
 TEST_F(EngineWithTables, ColourSwappedPositionsReadTheirMirrorImage) {
   const char* const pairs[][2] = {
       {"8/8/8/4k3/8/8/3PK3/8 w - -", "8/3pk3/8/8/4K3/8/8/8 b - -"},
@@ -130,6 +130,7 @@ TEST_F(EngineWithTables, ColourSwappedPositionsReadTheirMirrorImage) {
   }
 }
 
+// Catches a table draw scored as anything but 0 at the root.
 TEST_F(EngineWithTables, BishopAgainstKingScoresZero) {
   for (const char* fen : {"8/8/8/4k3/8/8/3BK3/8 w - -", "8/8/8/4k3/8/8/3BK3/8 b - -", "8/2b5/8/4k3/8/8/4K3/8 w - -"}) {
     Set(fen);
