@@ -45,7 +45,9 @@ uint64_t Get(const std::string& s, size_t at, int bytes) {
 }
 
 // A move's key: the top 16 bits of the position before it, the low 48 of the one after.
-uint64_t MoveKey(uint64_t before, uint64_t after) { return (before & 0xFFFF000000000000ULL) | (after & 0xFFFFFFFFFFFFULL); }
+uint64_t MoveKey(uint64_t before, uint64_t after) {
+  return (before & 0xFFFF000000000000ULL) | (after & 0xFFFFFFFFFFFFULL);
+}
 
 typedef std::pair<uint64_t, int> Temp;  // key, result
 struct Game {
@@ -163,7 +165,10 @@ class Book : public testing::Test {
   // Writes the image (index.dat cut or padded to `indexBytes`) and opens it; returns the output.
   static std::string Open(const BookImage& image, size_t indexBytes = 8 * BookClusters) {
     std::string index;
-    for (int c = 0; c < BookClusters; c++) Put(index, image.start[c], 4), Put(index, uint32_t(image.size[c]), 4);
+    for (int c = 0; c < BookClusters; c++) {
+      Put(index, image.start[c], 4);
+      Put(index, uint32_t(image.size[c]), 4);
+    }
     index.resize(indexBytes);
     WriteFile("index.dat", index);
     WriteFile("book.bin", image.book);
@@ -202,7 +207,9 @@ class Book : public testing::Test {
     auto e = expected.begin();
     for (size_t at = 0; at < book.size(); at += 18, ++e) {
       ASSERT_EQ(Get(book, at, 8), e->first) << "record " << at / 18;
-      EXPECT_EQ((std::array<uint64_t, 3>{Get(book, at + 8, 2), Get(book, at + 10, 2), Get(book, at + 12, 2)}), e->second);
+      const std::array<uint64_t, 3> counts = {Get(book, at + 8, 2), Get(book, at + 10, 2),
+                                              Get(book, at + 12, 2)};
+      EXPECT_EQ(counts, e->second) << "record " << at / 18;
       EXPECT_EQ(Get(book, at + 14, 4), BookMarker);
     }
     std::ostringstream stats;
@@ -263,7 +270,8 @@ TEST_F(Book, GamesToTempToBook) {
   // Every line echoed, in order; one report, for the one move that does not convert.
   std::istringstream lines(pgn);
   size_t at = 0;
-  for (std::string line; std::getline(lines, line);) ASSERT_NE(at = out.find(line + "\n", at), std::string::npos) << line;
+  for (std::string line; std::getline(lines, line);)
+    ASSERT_NE(at = out.find(line + "\n", at), std::string::npos) << line;
   EXPECT_NE(out.find("ParsePgn : move Nxe4 couldn't be converted\n"), std::string::npos);
   EXPECT_EQ(out.find("couldn't"), out.rfind("couldn't"));
 
@@ -305,20 +313,24 @@ TEST_F(Book, CountsSaturateSortAndFilesFail) {
   records.push_back({0x0000000000000005ULL, 2});  // in cluster 0, which the console figure leaves out
   records.push_back({0xFFFF000000000000ULL, 0});
   WriteTemp(records);
-  EXPECT_NE(ToBook().find("\n70010 positions so far ( max count = 9)\n10 unique positions\n"), std::string::npos);
+  EXPECT_NE(ToBook().find("\n70010 positions so far ( max count = 9)\n10 unique positions\n"),
+            std::string::npos);
   CheckBook(records);
   EXPECT_EQ(Get(ReadFile("book.bin"), 18 + 8, 2), 65535u);
 
   records.clear();
   for (int i = 0; i < 5000; i++) records.push_back({0xABCD000000000000ULL + i % 7, i % 3 - 1});
   WriteTemp(records);
-  EXPECT_EQ(ToBook(), "5000 positions so far ( max count = 7)\n5000 positions so far ( max count = 7)\n7 unique positions\n");
+  EXPECT_EQ(ToBook(), "5000 positions so far ( max count = 7)\n5000 positions so far ( max count = 7)\n"
+                      "7 unique positions\n");
 
   EXPECT_EQ(ToTemp("absent.pgn", 12), "");
   EXPECT_EQ(ReadFile("temp.dat"), "");
   EXPECT_EQ(ToBook("book.bin", "no/dir/index.dat"),
-            "0 positions so far ( max count = 0)\n0 unique positions\nCannot open index for opening book no/dir/index.dat\n");
-  EXPECT_NE(ToBook("no/dir/book.bin").find("Cannot open opening book no/dir/book.bin for writing\n"), std::string::npos);
+            "0 positions so far ( max count = 0)\n0 unique positions\n"
+            "Cannot open index for opening book no/dir/index.dat\n");
+  EXPECT_NE(ToBook("no/dir/book.bin").find("Cannot open opening book no/dir/book.bin for writing\n"),
+            std::string::npos);
   const std::string stats = ReadFile("stats.txt");  // closed without its two final line ends
   EXPECT_EQ(stats.substr(stats.size() - 19), "0 max cluster size\n");
   std::remove("temp.dat");
@@ -340,17 +352,21 @@ TEST_F(Book, ProbeScoresListsAndChooses) {
     const char* listing;  // of the first probe; nullptr: not checked
     std::set<std::string> choices;  // over many probes; none when there is no book move
   } cases[] = {
-      {Start, {{"e2e4", 412}, {"d2d4", 388}, {"g1f3", 97}, {"a2a3", 2}, {"c2c4", 1}, {"b1c3", 0, 50, 30}}, false,
-       "Best book moves in this position : e4 (412) d4 (388) Nf3 (97) a3 (2) \n", {"e2e4", "d2d4"}},
+      {Start,
+       {{"e2e4", 412}, {"d2d4", 388}, {"g1f3", 97}, {"a2a3", 2}, {"c2c4", 1}, {"b1c3", 0, 50, 30}},
+       false,
+       "Best book moves in this position : e4 (412) d4 (388) Nf3 (97) a3 (2) \n",
+       {"e2e4", "d2d4"}},
       {AfterE4, {{"e7e5", 900, 65535}, {"c7c5", 0, 7, 1000}, {"d7d5", 800, 1}}, true,
        "1.\t0\t0\t0\t0 Book moves : e5 (65535) c5 (7) \n", {"e7e5"}},
       // Equal scores keep the generator's order, knights before pawns and d2 before e2.
       {Start, {{"e2e4", 40}, {"d2d4", 40}, {"c2c4", 200}, {"g1f3", 40}}, false,
        "Best book moves in this position : c4 (200) Nf3 (40) d4 (40) e4 (40) \n", {"c2c4"}},
-      {Start, {{"e2e4", 40}, {"d2d4", 40}, {"g1f3", 40}}, true, "1.\t0\t0\t0\t0 Book moves : Nf3 (40) d4 (40) e4 (40) \n",
-       {"g1f3"}},
+      {Start, {{"e2e4", 40}, {"d2d4", 40}, {"g1f3", 40}}, true,
+       "1.\t0\t0\t0\t0 Book moves : Nf3 (40) d4 (40) e4 (40) \n", {"g1f3"}},
       // Which moves are candidates for the random choice.
-      {Start, {{"e2e4", 500}, {"d2d4", 450}, {"c2c4", 401}, {"g1f3", 400}}, false, nullptr, {"e2e4", "d2d4", "c2c4"}},
+      {Start, {{"e2e4", 500}, {"d2d4", 450}, {"c2c4", 401}, {"g1f3", 400}}, false, nullptr,
+       {"e2e4", "d2d4", "c2c4"}},
       {Start, {{"e2e4", 9}, {"d2d4", 3}}, false, nullptr, {"e2e4"}},
       {Start, {{"e2e4", 50}, {"d2d4", 4}}, false, nullptr, {"e2e4", "d2d4"}},
       {Start, {{"e2e4", 150}, {"d2d4", 51}}, false, nullptr, {"e2e4", "d2d4"}},
@@ -396,7 +412,8 @@ TEST_F(Book, ProbeMeetsDamagedFiles) {
   const Rec e4 = Record("e2e4", 20);
   std::vector<Rec> records = {e4};
   // Fillers of the same cluster that no move leads to, all sorting before e4's record.
-  for (uint64_t i = 0; i < MaxClusterRecords - 1; i++) records.push_back({(e4.key & ~0xFFFFFFFFFFFFULL) | i, 99, 99, 0});
+  for (uint64_t i = 0; i < MaxClusterRecords - 1; i++)
+    records.push_back({(e4.key & ~0xFFFFFFFFFFFFULL) | i, 99, 99, 0});
   std::string output;
   ASSERT_EQ(Open(Image(records)), "");
   const Position before = ostrel_test::SnapshotPosition();
@@ -452,9 +469,10 @@ TEST_F(Book, ProbeMeetsDamagedFiles) {
 // search; a marked master move outweighs the statistics, and after edit mode it keeps silent.
 TEST_F(Book, BothBooksInASearch) {
   // Three White wins with 1.e4 e5 2.Nf3 and two with 1.e4 e5 2.Bc4: the statistics prefer Nf3.
-  WriteFile("games.pgn", "[Result \"1-0\"]\n1. e4 e5 2. Nf3 Nc6 1-0\n\n[Result \"1-0\"]\n1. e4 e5 2. Nf3 Nf6 1-0\n\n"
-                         "[Result \"1-0\"]\n1. e4 e5 2. Nf3 d6 1-0\n\n[Result \"1-0\"]\n1. e4 e5 2. Bc4 Nf6 1-0\n\n"
-                         "[Result \"1-0\"]\n1. e4 e5 2. Bc4 Bc5 1-0\n");
+  std::string games;
+  for (const char* game : {"Nf3 Nc6", "Nf3 Nf6", "Nf3 d6", "Bc4 Nf6", "Bc4 Bc5"})
+    games += std::string("[Result \"1-0\"]\n1. e4 e5 2. ") + game + " 1-0\n\n";
+  WriteFile("games.pgn", games);
   ToTemp("games.pgn", 12);
   ToBook();
   const struct {
@@ -489,6 +507,7 @@ TEST_F(Book, BothBooksInASearch) {
     EXPECT_NE(out.find(c.found), std::string::npos) << out;
     EXPECT_EQ(out.find("epd diagram"), out.rfind("epd diagram")) << "no search after the book move";
     EXPECT_EQ(c.edit, out.find("Score Moves :") == std::string::npos) << out;
+    ASSERT_TRUE(openingBook.bookFile);
     fclose(openingBook.bookFile);
     openingBook.bookFile = nullptr;
   }

@@ -63,7 +63,8 @@ struct Checked {
     if (skip) return;
     compared++;
     if (score != -mirrored && firstFailure.empty())
-      firstFailure = fen + " scores " + std::to_string(score) + ", mirror " + mirror + " scores " + std::to_string(mirrored);
+      firstFailure = fen + " scores " + std::to_string(score) + ", mirror " + mirror + " scores " +
+                     std::to_string(mirrored);
   }
 };
 
@@ -73,7 +74,8 @@ struct Checked {
 TEST(EvalSymmetry, MirroredPositionsScoreOpposite) {
   Checked checked;
   for (const char* file : {"epd/wac.epd", "epd/bk.epd", "epd/kaufman.epd", "perft/perftsuite.epd",
-                           "perft/perft_tricky.epd", "perft/perft_double_checks.epd", "perft/perft_marcel.epd"}) {
+                           "perft/perft_tricky.epd", "perft/perft_double_checks.epd",
+                           "perft/perft_marcel.epd"}) {
     const std::vector<std::string> fens = ostrel_test::ReadEpdPositions(file);
     ASSERT_FALSE(fens.empty()) << file;
     for (const std::string& fen : fens) checked.Add(fen);
@@ -161,10 +163,12 @@ TEST(EvalTerms, KingTableFollowsTheOpponentsPieces) {
   };
   for (const auto& c : cases) {
     Set(c.fen);
-    EXPECT_EQ(memcmp(pieceSquareTables[White][King], c.whiteEnding ? ending : middle, sizeof middle), 0) << c.fen;
-    // Black's table is White's turned over.
-    for (int s = 0; s < 64; s++)
-      ASSERT_EQ(pieceSquareTables[Black][King][s ^ 56], (c.blackEnding ? ending : middle)[s]) << c.fen << " " << s;
+    const int* white = c.whiteEnding ? ending : middle;
+    const int* black = c.blackEnding ? ending : middle;
+    for (int s = 0; s < 64; s++) {  // Black's table is White's turned over
+      ASSERT_EQ(pieceSquareTables[White][King][s], white[s]) << c.fen << " " << s;
+      ASSERT_EQ(pieceSquareTables[Black][King][s ^ 56], black[s]) << c.fen << " " << s;
+    }
   }
 }
 

@@ -33,7 +33,8 @@ std::string Dump(const MasterNode* chain, int depth = 0) {
 }
 
 MasterMove M(int piece, int to, int mark = 0, int promotion = 0, int fromFile = 0, int fromRank = 0) {
-  return MasterMove{uint8_t(fromRank), uint8_t(fromFile), uint8_t(to), uint8_t(piece), int8_t(mark), int8_t(promotion)};
+  return MasterMove{uint8_t(fromRank), uint8_t(fromFile), uint8_t(to),
+                    uint8_t(piece),    int8_t(mark),      int8_t(promotion)};
 }
 
 bool Same(const MasterMove& a, const MasterMove& b) { return memcmp(&a, &b, sizeof a) == 0; }
@@ -82,7 +83,8 @@ class MasterBook : public testing::Test {
     const int count = int(GenerateLegal(legal, side) - legal);
     legalMoves.assign(legal, legal + count);
     scores.assign(count, 7);
-    return Captured([&] { ScoreMasterMoves(legalMoves.data(), scores.data(), count, game.data(), int(game.size())); });
+    return Captured(
+        [&] { ScoreMasterMoves(legalMoves.data(), scores.data(), count, game.data(), int(game.size())); });
   }
   int ScoreOf(int from, int to) const {
     for (size_t i = 0; i < legalMoves.size(); i++)
@@ -113,9 +115,10 @@ TEST_F(MasterBook, ScoresTheMarkedMovesOfTheGame) {
     const char* listing;
   } cases[] = {
       {{"e4 e5 Nf3!"}, {e2e4, e7e5}, G1, F3, 20000000,
-       "Score Moves :\nMove number = 2\nMoves so far : [ e4 e5 ]\nmaster book moves found in this position : [\nNf3! ]\n"},
+       "Score Moves :\nMove number = 2\nMoves so far : [ e4 e5 ]\n"
+       "master book moves found in this position : [\nNf3! ]\n"},
       {{"e4 e5 Nf3!"}, {e2e4, e7e5}, B1, C3, 7, "[\nNf3! ]\n"},  // unlisted moves keep their score
-      {{"e4 e5 Nf3!"}, {e2e4}, E7, E5, 7, "Moves so far : [ e4 ]\nmaster book moves found in this position : [\n]\n"},
+      {{"e4 e5 Nf3!"}, {e2e4}, E7, E5, 7, "[ e4 ]\nmaster book moves found in this position : [\n]\n"},
       {{"e4 e5 Nf3!"}, {e2e4, c7c5}, G1, F3, 7, "[\n]\n"},
       {{"e4 e5 N1f3!"}, {e2e4, e7e5}, G1, F3, 20000000, "[\nNbf3! ]\n"},  // rank 1 shows as "b"
       {{"e4 e5 Ngf3!"}, {e2e4, e7e5}, G1, F3, 20000000, "[\nNf3! ]\n"},
@@ -124,8 +127,8 @@ TEST_F(MasterBook, ScoresTheMarkedMovesOfTheGame) {
       {{"e4 * Nf3!!"}, {e2e4, g8f6}, G1, F3, 30000000, "[\nNf3!! ]\n"},
       {{"e4 * Nf3!!"}, {d2d4, d7d5}, G1, F3, 7, "[\n]\n"},
       // Castling written with letters is the king's move; with digits it never matches.
-      {{"e4 e5 Nf3 Nc6 Bc4 Bc5 O-O!", "e4 e5 Nf3 Nc6 Bc4 Bc5 0-0!?"}, {e2e4, e7e5, g1f3, b8c6, f1c4, f8c5}, E1, G1,
-       20000000, "[\nKg1! ]\n"},
+      {{"e4 e5 Nf3 Nc6 Bc4 Bc5 O-O!", "e4 e5 Nf3 Nc6 Bc4 Bc5 0-0!?"},
+       {e2e4, e7e5, g1f3, b8c6, f1c4, f8c5}, E1, G1, 20000000, "[\nKg1! ]\n"},
       // The same move with another mark is another node, and the later one wins.
       {{"d4 d5 c4?", "d4 d5 c4"}, {d2d4, d7d5}, C2, C4, -20000000, "[\nc4? ]\n"},
       {{"d4 d5 c4!", "d4 d5 c4?", "d4 d5 c4!"}, {d2d4, d7d5}, C2, C4, -20000000, "[\nc4! c4? ]\n"},
@@ -154,10 +157,11 @@ TEST_F(MasterBook, LineSyntax) {
   } cases[] = {
       {"e4", 0, 0},  // too short
       {"e4 e5 [Event", 0, 0}, {"e4 e5 @", 0, 0}, {"e4 e5 ; c5", 0, 0}, {"1.\n", 0, 0}, {"e4\n", 1, 0},
-      {"e4 e5 O-X", Fault, 400}, {"e4 e5 Ob5", Fault, 400}, {"e4 e5 Nzxe5", Fault, 417}, {"e4 e5 Nze5", Fault, 426},
-      {"e4 e5 Ni3", Fault, 434}, {"e4 e5 Nf9", Fault, 434}, {"e4 e5 Nx", Fault, 434}, {"zxe4 e5", Fault, 447},
-      {"i4 e5", Fault, 453}, {"e4 e5 2. Nf3", Fault, 453}, {"e4 e5 Nf3#", Fault, 453}, {"e9 e5", Fault, 454},
-      {"e4 d5 e8", Fault, 477}, {"e4 d5 e8=K", Fault, 477}, {"e4 d5 e1=", Fault, 477},
+      {"e4 e5 O-X", Fault, 400},   {"e4 e5 Ob5", Fault, 400},    {"e4 e5 Nzxe5", Fault, 417},
+      {"e4 e5 Nze5", Fault, 426},  {"e4 e5 Ni3", Fault, 434},    {"e4 e5 Nf9", Fault, 434},
+      {"e4 e5 Nx", Fault, 434},    {"zxe4 e5", Fault, 447},      {"i4 e5", Fault, 453},
+      {"e4 e5 2. Nf3", Fault, 453}, {"e4 e5 Nf3#", Fault, 453},  {"e9 e5", Fault, 454},
+      {"e4 d5 e8", Fault, 477},    {"e4 d5 e8=K", Fault, 477},   {"e4 d5 e1=", Fault, 477},
   };
   for (const auto& c : cases) {
     MasterMove m[MaxMasterLineMoves];
@@ -172,7 +176,8 @@ TEST_F(MasterBook, LineSyntax) {
   MasterMove m[MaxMasterLineMoves];
   ASSERT_EQ(7, ParseMasterLine("1.\tNbd2+!? R1xe2?! exd5 bxa1n e8=Q!!!?! Kf8?? Nf3+?", m));
   const MasterMove expected[] = {M(Knight, D2, 1, 0, 2), M(Rook, E2, -1, 0, 0, 1), M(Pawn, D5, 0, 0, 5),
-                                 M(Pawn, A1, 0, Knight, 2), M(Pawn, E8, 3, Queen), M(King, F8, -3), M(Knight, F3, -2)};
+                                 M(Pawn, A1, 0, Knight, 2), M(Pawn, E8, 3, Queen), M(King, F8, -3),
+                                 M(Knight, F3, -2)};
   for (int i = 0; i < 7; i++) EXPECT_TRUE(Same(m[i], expected[i])) << "move " << i + 1;
   std::string stars;
   for (int i = 0; i < 511; i++) stars += "* ";
@@ -182,7 +187,8 @@ TEST_F(MasterBook, LineSyntax) {
   // The loader drops a faulty line and goes on; only the first 1,023 characters of a line count,
   // and the rest is not a line of its own.
   WriteFile("learn.txt", "e4 e5 Nzxe5\nd4 d5\n");
-  EXPECT_EQ("(Re)building learn.bin from learn.txt\nError parsing the string e4 e5 Nzxe5 in line 417\n2 nodes\n",
+  EXPECT_EQ("(Re)building learn.bin from learn.txt\n"
+            "Error parsing the string e4 e5 Nzxe5 in line 417\n2 nodes\n",
             Load());
   std::string overlong = "d4 ";
   for (int i = 0; i < 70; i++) overlong += "Nf3 Nf6 Ng1 Ng8 ";
@@ -196,9 +202,10 @@ TEST_F(MasterBook, NodeTexts) {
     MasterMove node;
     const char* text;
   } cases[] = {
-      {M(AnyMove, 0, 2), "* "}, {M(7, E4), "wrong piece type "}, {M(Pawn, D5, 0, 0, 5), "d5 "},
-      {M(Rook, E2, -1, 0, 0, 2), "Rce2?! "}, {M(Pawn, A1, -3, Knight), "a1=N?? "}, {M(Queen, D1, 1), "Qd1!? "},
-      {M(Pawn, E8, 3, Rook), "e8=R!! "}, {M(Bishop, B2, 2, Bishop), "Bb2=B! "},
+      {M(AnyMove, 0, 2), "* "},              {M(7, E4), "wrong piece type "},
+      {M(Pawn, D5, 0, 0, 5), "d5 "},         {M(Rook, E2, -1, 0, 0, 2), "Rce2?! "},
+      {M(Pawn, A1, -3, Knight), "a1=N?? "},  {M(Queen, D1, 1), "Qd1!? "},
+      {M(Pawn, E8, 3, Rook), "e8=R!! "},     {M(Bishop, B2, 2, Bishop), "Bb2=B! "},
   };
   for (const auto& c : cases) EXPECT_STREQ(MasterMoveText(c.node), c.text);
 }
@@ -207,12 +214,13 @@ TEST_F(MasterBook, NodeTexts) {
 TEST_F(MasterBook, BinaryRoundTrip) {
   Insert({"e4 e5", "d4\n"});
   WriteMasterBook("a.bin");
-  EXPECT_EQ(Bytes(M(Pawn, E4)) + '\1' + Bytes(M(Pawn, D4)) + '\0' + '\0' + '\1' + Bytes(M(Pawn, E5)) + '\0' + '\0',
+  EXPECT_EQ(Bytes(M(Pawn, E4)) + '\1' + Bytes(M(Pawn, D4)) + '\0' + '\0' + '\1' + Bytes(M(Pawn, E5)) + '\0' +
+                '\0',
             ReadFile("a.bin"));
 
   ClearMasterBook();
-  Insert({"e4 e5 Nf3! Nc6 Bb5 a6", "e4 e5 Nf3! Nf6", "e4 c5 Nf3 d6 d4", "e4 c5 Nf3? Nc6", "d4 * c4", "c4 e5 Nc3 Nf6",
-          "e4 e5 Nf3 Nc6 Bb5", "Nf3 d5 g3 Nf6 Bg2 e6 O-O Be7 d3 O-O Nbd2 c5 e4 Nc6 Re1"});
+  Insert({"e4 e5 Nf3! Nc6 Bb5 a6", "e4 e5 Nf3! Nf6", "e4 c5 Nf3 d6 d4", "e4 c5 Nf3? Nc6", "d4 * c4",
+          "c4 e5 Nc3 Nf6", "e4 e5 Nf3 Nc6 Bb5", "Nf3 d5 g3 Nf6 Bg2 e6 O-O Be7 d3 O-O Nbd2 c5 e4 Nc6 Re1"});
   const std::string tree = Dump(&masterRoot);
   const int nodes = CountMasterNodes();
   WriteMasterBook("a.bin");

@@ -213,10 +213,12 @@ TEST_F(SearchTest, EngineMoveWithNoMoveLeftAnnouncesTheResult) {
   const struct {
     const char* fen;
     const char* result;
-  } ends[] = {{"7k/5Q2/6K1/8/8/8/8/8 b - -", "1/2-1/2 {Stalemate}"}, {"R6k/6pp/8/8/8/8/8/6K1 b - -", "1-0 {White Mates}"}};
+  } ends[] = {{"7k/5Q2/6K1/8/8/8/8/8 b - -", "1/2-1/2 {Stalemate}"},
+               {"R6k/6pp/8/8/8/8/8/6K1 b - -", "1-0 {White Mates}"}};
   for (const auto& e : ends) {
     Set(e.fen);
-    EXPECT_EQ(Captured([] { EngineMove(pos.sideToMove); }), std::string("epd diagram : ") + e.fen + " \n" + e.result + "\n");
+    EXPECT_EQ(Captured([] { EngineMove(pos.sideToMove); }),
+              std::string("epd diagram : ") + e.fen + " \n" + e.result + "\n");
   }
 }
 

@@ -30,7 +30,8 @@ bool OtherKingAttacked(const TableMen& p, int side) {
   for (int s = 0; s < 2; s++)
     for (int t = Pawn; t <= King; t++) occupied |= p.men[s][t];
   const Bitboard* m = p.men[side];
-  if ((m[Pawn] & pawnAttacks[colour ^ 1][king]) || (m[Knight] & knightAttacks[king]) || (m[King] & kingAttacks[king]))
+  if ((m[Pawn] & pawnAttacks[colour ^ 1][king]) || (m[Knight] & knightAttacks[king]) ||
+      (m[King] & kingAttacks[king]))
     return true;
   for (Bitboard b = m[Bishop] | m[Rook] | m[Queen]; b;) {
     const int s = PopLowest(b);
@@ -99,7 +100,8 @@ TEST_F(TablebaseIndex, EveryEntryIndexesBackAndBrokenOnesAreThePublishedCounts) 
         if (Broken(layout, i, side, &p, &ep)) {
           broken++;
         } else if (IndexOfMen(layout, p, ep, 0) != i) {
-          FAIL() << name << " side " << side << ": " << i << " indexes back to " << IndexOfMen(layout, p, ep, 0);
+          FAIL() << name << " side " << side << ": " << i << " indexes back to "
+                 << IndexOfMen(layout, p, ep, 0);
         }
       }
       if (!epZone) {
@@ -189,7 +191,8 @@ TEST_F(TablebaseIndex, IndexAndDecodeAgree) {
         int s = 0;
         const bool decodes = DecodeMen(layout, j, &q, &qEp) && qEp == NoEpSquare;
         while (decodes && s < symmetries && !SameMen(Transformed(p, s), q)) s++;
-        ASSERT_TRUE(decodes && s < symmetries) << label << ": a position indexed to " << j << " decodes to another";
+        ASSERT_TRUE(decodes && s < symmetries) << label << ": a position indexed to " << j
+                                               << " decodes to another";
       }
     }
   }

@@ -46,7 +46,8 @@ uint32_t RecordingIndex(const int* strong, const int* weak, int epSquare, int in
 }
 
 // Writes a file of `size` bytes, zero except the given (offset, byte) pairs.
-void WriteSparse(const std::string& name, uint32_t size, const std::vector<std::pair<uint32_t, int>>& bytes = {}) {
+void WriteSparse(const std::string& name, uint32_t size,
+                 const std::vector<std::pair<uint32_t, int>>& bytes = {}) {
   const int fd = open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
   ASSERT_GE(fd, 0) << name;
   ASSERT_EQ(ftruncate(fd, off_t(size)), 0);
@@ -139,9 +140,9 @@ TEST_F(TablebaseProbeTest, ResultCountsTheLargestTable) {
   const struct {
     const char* list;
     int table, side, men;  // table 0: no file at all
-  } cases[] = {{"", 0, 0, 0},           {"a", 0, 0, 0},          {"a;b,c", 0, 0, 0},    {"missing,;", 0, 0, 0},
-               {"a;b", Kpk, 1, 3},      {"a;b", Kqk, 0, 3},      {"a;b", Kpkp, 0, 4},   {"a;b", 35, 1, 4},
-               {"a;b", Kppkp, 1, 5},    {"a;b", 145, 0, 5}};
+  } cases[] = {{"", 0, 0, 0},        {"a", 0, 0, 0},     {"a;b,c", 0, 0, 0},  {"missing,;", 0, 0, 0},
+               {"a;b", Kpk, 1, 3},   {"a;b", Kqk, 0, 3}, {"a;b", Kpkp, 0, 4}, {"a;b", 35, 1, 4},
+               {"a;b", Kppkp, 1, 5}, {"a;b", 145, 0, 5}};
   for (const auto& c : cases) {
     ASSERT_EQ(system("rm -f a/* b/*"), 0);
     if (c.table) WriteSparse(TableFile("b", c.table, c.side), tableCatalogue[c.table].count[c.side]);
@@ -177,8 +178,9 @@ TEST_F(TablebaseProbeTest, EachSideComesFromTheFirstDirectoryWithAGoodFile) {
     for (int side = 0; side < 2; side++) {
       const int stored = side == 0 ? c.white : c.black;
       int score = None;
-      EXPECT_EQ(Probe(side == 0 ? "8/8/8/4k3/8/8/3QK3/8 w - -" : "8/8/8/4k3/8/8/3QK3/8 b - -", &score), stored != None);
-      EXPECT_EQ(score, stored == None ? None : TableValue(Kqk, side, 3, stored) * 10) << c.list << " side " << side;
+      const char* fen = side == 0 ? "8/8/8/4k3/8/8/3QK3/8 w - -" : "8/8/8/4k3/8/8/3QK3/8 b - -";
+      EXPECT_EQ(Probe(fen, &score), stored != None) << c.list << " side " << side;
+      EXPECT_EQ(score, stored == None ? None : TableValue(Kqk, side, 3, stored) * 10) << c.list;
     }
   }
 }
@@ -233,7 +235,8 @@ TEST_F(TablebaseProbeTest, ValueConversion) {
       {Kppkp, 1, 56802429, 0, 0},  {Kppkp, 0, 71071628, 0, 0},   {37, 1, 71071628, 0, 0},
   };
   for (const auto& c : cases)
-    EXPECT_EQ(TableValue(c.table, c.side, c.index, c.stored), c.value) << c.table << " " << c.index << " " << c.stored;
+    EXPECT_EQ(TableValue(c.table, c.side, c.index, c.stored), c.value)
+        << c.table << " " << c.index << " " << c.stored;
 }
 
 // Catches compressed blocks read wrongly: kqk with White to move spans four blocks, the first two
@@ -245,7 +248,8 @@ TEST_F(TablebaseProbeTest, CompressedFileReadsLikeThePlainOne) {
   entries[9000] = -3;
   WriteFile("a/kqk.nbw.emd", Compress(entries));
   EXPECT_EQ(Init("a"), "");
-  for (uint32_t index : {0u, 5u, 9000u, 9001u, 20000u, uint32_t(entries.size() - 1), uint32_t(entries.size())}) {
+  const uint32_t size = uint32_t(entries.size());
+  for (uint32_t index : {0u, 5u, 9000u, 9001u, 20000u, size - 1, size}) {
     indexCall.answer = index;
     int score = -1;
     ASSERT_EQ(Probe("8/8/8/4k3/8/8/3QK3/8 w - -", &score), index < entries.size()) << index;
@@ -281,7 +285,8 @@ TEST_F(TablebaseProbeTest, DamagedCompressedFilesAreRefused) {
     EXPECT_EQ(Init("a"), std::string(c.message) + "*** Unable to register a/kqk.nbw.emd\n");
   }
   WriteFile("a/kqk.nbw.emd", good.substr(0, 10));
-  EXPECT_EQ(Init("a"), "*** Unable to read a/kqk.nbw.emd - read error\n*** Unable to register a/kqk.nbw.emd\n");
+  EXPECT_EQ(Init("a"),
+            "*** Unable to read a/kqk.nbw.emd - read error\n*** Unable to register a/kqk.nbw.emd\n");
 }
 
 // Catches the search ignoring a table's answer below the root or counting its mates from there.

@@ -210,15 +210,16 @@ static void IndexSpeed(int table) {
     uint64_t sum = 0;  // printed, so that no loop can be optimised away
     double start = ProcessorSeconds();
     for (int r = 0; r < Rounds; r++)
-      for (const TablePosition& p : positions) sum += tableCatalogue[table].index[side](p.strong, p.weak, p.epSquare, 0);
+      for (const TablePosition& p : positions)
+        sum += tableCatalogue[table].index[side](p.strong, p.weak, p.epSquare, 0);
     const double index = ProcessorSeconds() - start;
     start = ProcessorSeconds();
     TablePosition decoded;
     for (int r = 0; r < Rounds; r++)
       for (uint32_t i : indices) sum += DecodeTableIndex(table, side, i, &decoded);
     const double decode = ProcessorSeconds() - start, calls = double(Entries) * Rounds;
-    printf("%s side %d: index %.1f ns, decode %.1f ns (%d)\n", tableCatalogue[table].name, side, index * 1e9 / calls,
-           decode * 1e9 / calls, int(sum & 1));
+    printf("%s side %d: index %.1f ns, decode %.1f ns (%d)\n", tableCatalogue[table].name, side,
+           index * 1e9 / calls, decode * 1e9 / calls, int(sum & 1));
   }
 }
 
