@@ -70,7 +70,7 @@ struct Checked {
 
 }  // namespace
 
-// Over the suites' positions and those of random games.
+// Catches a term mirrored wrongly for one colour, over the suites' positions and those of random games.
 TEST(EvalSymmetry, MirroredPositionsScoreOpposite) {
   Checked checked;
   for (const char* file : {"epd/wac.epd", "epd/bk.epd", "epd/kaufman.epd", "perft/perftsuite.epd",
