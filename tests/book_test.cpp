@@ -373,11 +373,12 @@ TEST_F(Book, ProbeScoresListsAndChooses) {
       {Start, {{"e2e4", 150}, {"d2d4", 50}}, false, nullptr, {"e2e4"}},
       // Nothing to say: draws never score, and the other records are not this position's moves.
       {Start, {{"e2e4", 0, 0, 40}}, false, "", {}},
+      {AfterE4, {}, false, "", {}},  // an empty book
   };
   ResetAdditiveRandom();
   const uint32_t firstDraw = AdditiveRandom(), secondDraw = AdditiveRandom();
   for (const auto& c : cases) {
-    const std::string label = c.entries[0].move + std::string(" ") + std::to_string(c.entries[0].whiteWins);
+    const std::string label = std::string(c.fen) + " row " + std::to_string(&c - cases);
     std::vector<Rec> records;
     if (c.fen == Start) {  // a record of another position, and one of this cluster no move leads to
       SetFen(AfterE4);
