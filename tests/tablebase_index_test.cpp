@@ -195,8 +195,8 @@ TEST_F(TablebaseIndex, IndexAndDecodeAgree) {
         int epSquare = NoEpSquare, keptEp = NoEpSquare;
         for (Bitboard b = p.men[side ^ 1][Pawn]; b && epSquare == NoEpSquare;) {
           const int square = PopLowest(b);
-          const bool couldStep = !(all >> (square - up) & 1) && !(all >> (square - 2 * up) & 1);
-          if (RankOf(square) != (side == 1 ? 3 : 4) || !couldStep) continue;
+          if (RankOf(square) != (side == 1 ? 3 : 4)) continue;
+          if ((all >> (square - up) & 1) || (all >> (square - 2 * up) & 1)) continue;  // no room to step
           epSquare = square - up;
           const Bitboard beside = (FileOf(square) > 0 ? Bitboard(1) << (square - 1) : 0) |
                                   (FileOf(square) < 7 ? Bitboard(1) << (square + 1) : 0);
