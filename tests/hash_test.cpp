@@ -2,123 +2,128 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "board/fen.h"
 #include "search/hash.h"
+#include "tests/capture.h"
 
 namespace {
 
 class HashTest : public testing::Test {
  protected:
   void SetUp() override {
-    testing::internal::CaptureStdout();
-    if (hashBits != MinHashBits) InitHT(MinHashBits);
-    SetInitialPosition();
-    testing::internal::GetCapturedStdout();
+    Captured([] {
+      if (hashBits != MinHashBits) InitHT(MinHashBits);
+      SetInitialPosition();
+    });
     ClearHT();
     hashProbes = hashHits = hashReplacements = 0;
   }
-  static const HashEntry* Bucket() { return hashTable[pos.hashKey & hashIndexMask].slot; }
-  static int Depth(const HashEntry& e) { return int(e.keyStamp >> 51); }
 };
 
 }  // namespace
 
-TEST_F(HashTest, SameGameMoveShallowerStoreGoesToSlotOne) {
-  StoreHash(500, ExactScore, 600, 1234);
-  StoreHash(-200, LowerBound, 300, 4321);
-  const HashEntry* b = Bucket();
-  EXPECT_EQ(b[0].score, 500);
-  EXPECT_EQ(Depth(b[0]), 600);
-  EXPECT_EQ(b[1].score, -200);
-  EXPECT_EQ(b[1].moveType & HashMoveMask, 4321u);
-  EXPECT_EQ(int(b[1].moveType >> 21), LowerBound);
-}
-
-TEST_F(HashTest, LaterGameMoveTakesSlotZeroAndPushesTheOldEntryDown) {
-  StoreHash(500, ExactScore, 600, 1234);
-  const uint64_t firstKey = pos.hashKey;
-  pos.ttAge = (pos.ttAge + 1) & 7;
-  pos.hashKey += hashIndexMask + 1;  // same bucket, other position
-  StoreHash(100, UpperBound, 100, 99);
-  const HashEntry* b = Bucket();
-  EXPECT_EQ(b[0].score, 100);
-  EXPECT_EQ(int(b[0].keyStamp >> 48) & 7, pos.ttAge);
-  EXPECT_EQ(b[1].keyStamp & HashKeyMask, firstKey & HashKeyMask);
-  EXPECT_EQ(hashReplacements, 1u);
-
-  // The same position again at a new game move: slot 0 is overwritten, slot 1 stays.
-  pos.ttAge = (pos.ttAge + 1) & 7;
-  StoreHash(300, ExactScore, 200, 77);
-  EXPECT_EQ(b[0].score, 300);
-  EXPECT_EQ(b[1].keyStamp & HashKeyMask, firstKey & HashKeyMask);
-  EXPECT_EQ(hashReplacements, 1u);
-}
-
-TEST_F(HashTest, DeeperStoreInTheSameGameMoveTakesSlotZero) {
-  StoreHash(500, ExactScore, 300, 1);
-  StoreHash(700, ExactScore, 900, 2);
-  EXPECT_EQ(Bucket()[0].score, 700);
-  EXPECT_EQ(Bucket()[1].moveType, 0u);  // same key: nothing pushed down
-}
-
-TEST_F(HashTest, ProbeSettlesOnlyWhatTheBoundProves) {
-  Move move = 0;
-  int score = 0;
+// Catches slot 0 taken by a store it should refuse (or refusing one it should take), a refused
+// store lost instead of going to slot 1, and replacements miscounted.
+TEST_F(HashTest, ReplacementRule) {
+  constexpr int Empty = 0;
+  struct Store {
+    int gameMove;  // pos.ttAge at the store
+    bool other;    // another position of the same bucket
+    int depth, score;
+  };
+  const struct {
+    std::vector<Store> stores;
+    int slot0, slot1;  // scores; Empty for an empty slot
+    uint32_t replacements;
+  } cases[] = {
+      {{{0, false, 600, 1}, {0, false, 300, 2}}, 1, 2, 0},  // shallower: slot 1
+      {{{0, false, 600, 1}, {0, false, 600, 2}}, 1, 2, 0},  // as deep: slot 1
+      {{{0, false, 300, 1}, {0, false, 900, 2}}, 2, Empty, 0},  // deeper, same key: nothing pushed down
+      {{{0, false, 600, 1}, {1, true, 100, 2}}, 2, 1, 1},   // a later game move pushes the old entry down
+      {{{0, false, 600, 1}, {1, true, 100, 2}, {2, true, 200, 3}}, 3, 1, 1},
+      {{{0, false, 600, 1}, {0, true, 100, 2}, {0, true, 50, 3}}, 1, 3, 0},
+      {{{0, false, 600, 1}, {0, true, 100, 2}, {0, false, 50, 3}}, 1, 3, 1},
+  };
   const uint64_t key = pos.hashKey;
-  EXPECT_FALSE(ProbeHash(key, 100, -1000, 1000, 1, move, score));
-  EXPECT_EQ(hashHits, 0u);
-
-  StoreHash(-5000, UpperBound, 500, 4242);
-  EXPECT_TRUE(ProbeHash(key, 500, -1000, 1000, 1, move, score));
-  EXPECT_EQ(score, -1000);  // at or below alpha: alpha
-  EXPECT_EQ(move, 4242u);
-  EXPECT_FALSE(ProbeHash(key, 500, -6000, 1000, 1, move, score));
-  EXPECT_FALSE(ProbeHash(key, 600, -1000, 1000, 1, move, score));  // too shallow, move still given
-  EXPECT_EQ(move, 4242u);
-
-  ClearHT();
-  StoreHash(5000, LowerBound, 500, 1);
-  EXPECT_TRUE(ProbeHash(key, 400, -1000, 1000, 1, move, score));
-  EXPECT_EQ(score, 1000);  // at or above beta: beta
-  EXPECT_FALSE(ProbeHash(key, 400, -1000, 6000, 1, move, score));
-
-  ClearHT();
-  StoreHash(250, ExactScore, 500, 1);
-  EXPECT_TRUE(ProbeHash(key, 500, -1000, 1000, 1, move, score));
-  EXPECT_EQ(score, 250);
-  EXPECT_TRUE(ProbeHash(key, 500, 300, 1000, 1, move, score));
-  EXPECT_EQ(score, 300);
-
-  ClearHT();
-  StoreHash(MatedAtRoot, ExactScore, 500, 0);
-  EXPECT_TRUE(ProbeHash(key, 500, -327680, 327680, 7, move, score));
-  EXPECT_EQ(score, MatedAtRoot + 70);
-  EXPECT_EQ(hashProbes, 9u);
-}
-
-TEST_F(HashTest, SecondSlotIsFoundAndDepthIsClamped) {
-  const uint64_t key = pos.hashKey;
-  StoreHash(1, ExactScore, 20000, 5);
-  EXPECT_EQ(Depth(Bucket()[0]), MaxStoredDepth);
-  pos.hashKey = key + (hashIndexMask + 1);
-  StoreHash(2, ExactScore, 100, 6);  // same game move, shallower: slot 1
-  Move move = 0;
-  int score = 0;
-  EXPECT_TRUE(ProbeHash(pos.hashKey, 100, -10, 10, 1, move, score));
-  EXPECT_EQ(score, 2);
-  EXPECT_EQ(move, 6u);
+  for (const auto& c : cases) {
+    ClearHT();
+    hashReplacements = 0;
+    for (const Store& s : c.stores) {
+      pos.ttAge = s.gameMove;
+      pos.hashKey = key + (s.other ? hashIndexMask + 1 : 0);
+      StoreHash(s.score, ExactScore, s.depth, Move(s.score));
+    }
+    const HashEntry* bucket = hashTable[key & hashIndexMask].slot;
+    const std::string label = std::to_string(&c - cases);
+    EXPECT_EQ(bucket[0].score, c.slot0) << label;
+    EXPECT_EQ(bucket[1].score, c.slot1) << label;
+    if (c.slot1 == Empty) {
+      EXPECT_EQ(bucket[1].moveType, 0u) << label;
+    }
+    EXPECT_EQ(hashReplacements, c.replacements) << label;
+  }
   pos.hashKey = key;
+  pos.ttAge = 0;
 }
 
+// Catches a bound settling a node it does not prove, a score not clamped to the window, a
+// too-shallow entry used, a mate at the root not counted from the ply, and the second slot or the
+// depth clamp lost.
+TEST_F(HashTest, ProbeSettlesOnlyWhatTheBoundProves) {
+  constexpr int No = 0;
+  const struct {
+    int type, stored, storedDepth;
+    int depth, alpha, beta, ply;
+    int score;  // No: the probe settles nothing, but gives the move
+  } cases[] = {
+      {UpperBound, -5000, 500, 500, -1000, 1000, 1, -1000},  // at or below alpha: alpha
+      {UpperBound, -5000, 500, 500, -6000, 1000, 1, No},
+      {UpperBound, -5000, 500, 600, -1000, 1000, 1, No},     // too shallow
+      {LowerBound, 5000, 500, 400, -1000, 1000, 1, 1000},    // at or above beta: beta
+      {LowerBound, 5000, 500, 400, -1000, 6000, 1, No},
+      {ExactScore, 250, 500, 500, -1000, 1000, 1, 250},
+      {ExactScore, 250, 500, 500, 300, 1000, 1, 300},
+      {ExactScore, MatedAtRoot, 500, 500, -327680, 327680, 7, MatedAtRoot + 70},
+      {ExactScore, 5, 20000, MaxStoredDepth, -10, 10, 1, 5},
+      {ExactScore, 5, 20000, MaxStoredDepth + 1, -10, 10, 1, No},
+  };
+  for (const auto& c : cases) {
+    for (bool secondSlot : {false, true}) {
+      ClearHT();
+      Move move = 0;
+      int score = No;
+      if (secondSlot) {  // a deeper entry of another position keeps slot 0
+        pos.hashKey += hashIndexMask + 1;
+        StoreHash(1, ExactScore, MaxStoredDepth, 1);
+        pos.hashKey -= hashIndexMask + 1;
+      }
+      EXPECT_FALSE(ProbeHash(pos.hashKey, c.depth, c.alpha, c.beta, c.ply, move, score));
+      StoreHash(c.stored, c.type, c.storedDepth, 4242);
+      const bool settles = ProbeHash(pos.hashKey, c.depth, c.alpha, c.beta, c.ply, move, score);
+      const std::string label = std::to_string(&c - cases) + (secondSlot ? " in slot 1" : "");
+      EXPECT_EQ(settles, c.score != No) << label;
+      if (settles) {
+        EXPECT_EQ(score, c.score) << label;
+      }
+      EXPECT_EQ(move, 4242u) << label;
+    }
+  }
+}
+
+// Catches the budget arithmetic, printed as it goes, going wrong; a budget smaller than the pawn
+// table gives the smallest transposition table. (x3 is always an odd multiple of 2^14, never a
+// power of two the size loop compares it with, so its `<` cannot be told from `<=`.)
 TEST(HashSizing, MegabytesChooseThePowerOfTwo) {
-  testing::internal::CaptureStdout();
-  ResizeHashMegabytes(8);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "pawn hash = 7864320\nx1 = [524288]\nx2 = [32768]\nx3 = [16384]\nInitHT [17]\n");
-  EXPECT_EQ(hashBits, 17);
-  testing::internal::CaptureStdout();
-  ResizeHashMegabytes(1);  // less than the pawn table: negative, smallest table
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "pawn hash = 7864320\nx1 = [-6815744]\nx2 = [-425984]\nx3 = [-212992]\nInitHT [17]\n");
+  const struct {
+    int megabytes;
+    const char* report;
+  } cases[] = {
+      {8, "pawn hash = 7864320\nx1 = [524288]\nx2 = [32768]\nx3 = [16384]\nInitHT [17]\n"},
+      {1, "pawn hash = 7864320\nx1 = [-6815744]\nx2 = [-425984]\nx3 = [-212992]\nInitHT [17]\n"},
+      {16, "pawn hash = 7864320\nx1 = [8912896]\nx2 = [557056]\nx3 = [278528]\nInitHT [19]\n"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(Captured([&] { ResizeHashMegabytes(c.megabytes); }), c.report);
+  Captured([] { InitHT(MinHashBits); });
 }

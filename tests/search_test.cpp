@@ -1,11 +1,12 @@
-// The search on positions whose answer is known: mates with their exact distance, draws, the
-// horizon hand-over, determinism and a tactical suite.
+// The search on positions whose answer is known: mates at the distance an independent prover
+// finds, draws, the hand-over to quiescence, the clock, determinism and a tactical sample; and
+// what each search rebuilds from the game as it stands.
 #include <gtest/gtest.h>
 
-
-#include <cstring>
 #include <fstream>
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include "board/fen.h"
 #include "board/game.h"
@@ -15,50 +16,53 @@
 #include "board/repetition.h"
 #include "search/control.h"
 #include "search/hash.h"
-#include "search/movelist.h"
+#include "search/psqtables.h"
 #include "search/reset.h"
 #include "search/search.h"
 #include "search/think.h"
+#include "shell/interpreter.h"
+#include "tests/capture.h"
 
 namespace {
 
 class SearchTest : public testing::Test {
  protected:
   void SetUp() override {
-    testing::internal::CaptureStdout();
-    if (!hashTable) InitHT(MinHashBits);
-    testing::internal::GetCapturedStdout();
+    Captured([] {
+      if (!hashTable) InitHT(MinHashBits);
+    });
     gameClock = GameClock{};
     engineFlags = EngineFlags{};
   }
+  void TearDown() override { engineFlags = EngineFlags{}; }
 
   static void Set(const char* fen) {
-    testing::internal::CaptureStdout();
-    SetPosition(fen);
-    ResetForNewPosition();
-    NewGameRecord();
+    Captured([fen] {
+      SetPosition(fen);
+      ResetForNewPosition();
+      NewGameRecord();
+    });
     gameRecord.moveCount = 40;
-    testing::internal::GetCapturedStdout();
   }
 
   // Think to `plies` full iterations without the clock; returns the move.
   static Move ThinkTo(int plies) {
     TimeLeft = 1000000000;
-    testing::internal::CaptureStdout();
-    const Move m = Think(pos.sideToMove, plies + 1, ThinkNoClock);
-    testing::internal::GetCapturedStdout();
+    Move m = 0;
+    Captured([&] { m = Think(pos.sideToMove, plies + 1, ThinkNoClock); });
     return m;
   }
 
-  static std::string Text(Move m) { return CoordinateText(m); }
+  // Game moves in coordinate notation, as the interface sends them.
+  static void Interpret(std::initializer_list<const char*> lines) {
+    Captured([&] {
+      for (const char* line : lines) ::Interpret(line);
+    });
+  }
 };
 
 // Mated at ply p scores -327670 + 10 p; the driver reports centipawns (a tenth).
 int MateIn(int plies) { return (MateValue - 10 * plies) / 10; }
-
-}  // namespace
-
-namespace {
 
 // An independent mate prover, plain legal-move minimax: does `side` mate within `moves` moves?
 bool MatesWithin(int moves, int side, int ply = 2) {
@@ -87,6 +91,7 @@ bool MatesWithin(int moves, int side, int ply = 2) {
 
 }  // namespace
 
+// Catches mate scores counted from the wrong ply and mates missed or delayed by the extensions.
 TEST_F(SearchTest, MatesAreFoundWithTheirExactDistance) {
   const struct {
     const char* fen;
@@ -98,79 +103,69 @@ TEST_F(SearchTest, MatesAreFoundWithTheirExactDistance) {
   };
   for (const auto& t : mates) {
     Set(t.fen);
-    // The prover settles the distance first: a mate in exactly n.
     ASSERT_TRUE(MatesWithin(t.moves, White)) << t.fen;
-    if (t.moves > 1) {
-      ASSERT_FALSE(MatesWithin(t.moves - 1, White)) << t.fen;
-    }
+    ASSERT_FALSE(t.moves > 1 && MatesWithin(t.moves - 1, White)) << t.fen;
     const Move m = ThinkTo(2 * t.moves + 1);
     EXPECT_EQ(thinkResult.score, MateIn(2 * t.moves - 1)) << t.fen;
     EXPECT_EQ(thinkResult.pv[0], m);
   }
-}
-
-TEST_F(SearchTest, TheMatedSideSeesItComing) {
-  // Black's only move, Ka7, walks into Ra1: mated at ply 2. (In analysis a single legal move
-  // is searched like any other.)
+  // The mated side sees it coming: Black's only move, Ka7, walks into Ra1. (In analysis a
+  // single legal move is searched like any other.)
   Set("k7/2K5/8/8/8/8/8/1R6 b - -");
   engineFlags.analyze = 1;
   ThinkTo(4);
   EXPECT_EQ(thinkResult.score, -MateIn(2));
 }
 
-TEST_F(SearchTest, DrawsScoreZero) {
-  // Stalemate: no move, no result.
-  Set("7k/5Q2/6K1/8/8/8/8/8 b - -");
-  EXPECT_EQ(Search(-Infinity, Infinity, 300, 1, Black, 1), 0);
-  EXPECT_EQ(ThinkTo(3), 0u);
-
-  // Bare kings: 0 before any move is generated.
-  Set("8/8/3k4/8/8/3K4/8/8 w - -");
-  NodeCount = QNodeCount = 0;
-  EXPECT_EQ(Search(-Infinity, Infinity, 500, 1, White, 1), 0);
-  EXPECT_EQ(NodeCount + QNodeCount, 0u);
-
-  // A position met before in the game is a draw at once.
-  Set("r1bqkbnr/pppppppp/2n5/8/8/5N2/PPPPPPPP/RNBQKB1R w KQkq -");
-  PushRepetition();
-  NodeCount = 0;
-  EXPECT_EQ(Search(-Infinity, Infinity, 500, 1, White, 1), 0);
-  EXPECT_EQ(undoStack[1].repetition, 1);
-  EXPECT_EQ(NodeCount, 0u);
-  PopRepetition();
+// Catches draws scored as anything but 0, nodes spent on them, the check extension not reaching
+// a full ply, and quiescence searching losing captures or missing a mate.
+TEST_F(SearchTest, SpotCasesOfTheFullWidthAndQuiescenceSteps) {
+  constexpr int Some = -1, Any = -2, Quiescence = -1;
+  const struct {
+    const char* fen;
+    int depth;        // hundredths of a ply at ply 1, or Quiescence (called at ply 3)
+    bool repeated;    // the position has been met before in the game
+    int score;          // Some: not 0; Any: not checked
+    int nodes, qnodes;  // Some: more than 0; Any: not checked
+  } cases[] = {
+      {"7k/5Q2/6K1/8/8/8/8/8 b - -", 300, false, 0, Some, 0},  // stalemate
+      {"8/8/3k4/8/8/3K4/8/8 w - -", 500, false, 0, 0, 0},      // bare kings: 0 before any move
+      {"r1bqkbnr/pppppppp/2n5/8/8/5N2/PPPPPPPP/RNBQKB1R w KQkq -", 500, true, 0, 0, 0},
+      {"4k3/8/8/8/8/8/4r3/4K3 w - -", 25, false, Any, Some, Any},  // in check: 25 + 75 is a ply
+      {"4k3/8/8/8/8/8/4r3/4K3 w - -", 0, false, Any, 0, Some},      // 0 + 75 is not
+      {"4k3/8/2p5/3p4/8/8/3Q4/4K3 w - -", Quiescence, false, Some, 0, 1},  // Qxd5 loses the queen
+      {"R5k1/5ppp/8/8/8/8/8/6K1 b - -", Quiescence, false, -MateValue + 30, 0, Some},
+  };
+  for (const auto& c : cases) {
+    Set(c.fen);
+    if (c.repeated) PushRepetition();
+    NodeCount = QNodeCount = 0;
+    const int score = c.depth == Quiescence ? Quiesce(-Infinity, Infinity, 3, 0, pos.sideToMove)
+                                            : Search(-Infinity, Infinity, c.depth, 1, pos.sideToMove, 1);
+    if (c.repeated) {
+      EXPECT_EQ(undoStack[1].repetition, 1);
+      PopRepetition();
+    }
+    const std::string label = std::string(c.fen) + " at depth " + std::to_string(c.depth);
+    const auto check = [&](const char* what, int want, int64_t have) {
+      if (want == Some) {
+        EXPECT_NE(have, 0) << what << ", " << label;
+      } else if (want != Any) {
+        EXPECT_EQ(have, want) << what << ", " << label;
+      }
+    };
+    check("score", c.score, score);
+    check("nodes", c.nodes, NodeCount);
+    check("quiescence nodes", c.qnodes, QNodeCount);
+  }
 }
 
-TEST_F(SearchTest, CheckExtensionDecidesBetweenFullWidthAndQuiescence) {
-  // White in check: depth 25 + 75 is one full ply; depth 0 + 75 goes to quiescence.
-  Set("4k3/8/8/8/8/8/4r3/4K3 w - -");
-  NodeCount = QNodeCount = 0;
-  Search(-Infinity, Infinity, 25, 1, White, 1);
-  EXPECT_GE(NodeCount, 1u);
-  NodeCount = QNodeCount = 0;
-  Search(-Infinity, Infinity, 0, 1, White, 1);
-  EXPECT_EQ(NodeCount, 0u);
-  EXPECT_GE(QNodeCount, 1u);
-}
-
-TEST_F(SearchTest, QuiescenceIgnoresLosingCapturesAndMatesInCheck) {
-  // Queen takes a defended pawn: never searched below the horizon, so the score is the
-  // stand-pat score whatever the window.
-  Set("4k3/8/2p5/3p4/8/8/3Q4/4K3 w - -");
-  QNodeCount = 0;
-  const int standPat = Quiesce(-Infinity, Infinity, 1, 0, White);
-  EXPECT_EQ(QNodeCount, 1u);
-  EXPECT_GT(standPat, 0);
-  // Mated in the quiescence search: -327670 + 10 ply.
-  Set("R5k1/5ppp/8/8/8/8/8/6K1 b - -");
-  EXPECT_EQ(Quiesce(-Infinity, Infinity, 3, 0, Black), -MateValue + 30);
-}
-
+// Catches state a search leaves behind that changes the next one.
 TEST_F(SearchTest, SameSearchSameTree) {
-  const char* fen = "r1bq1rk1/ppp2ppp/2np1n2/2b1p3/2B1P3/2NP1N2/PPP2PPP/R1BQ1RK1 w - -";
   uint32_t nodes[2];
   Move moves[2];
   for (int run = 0; run < 2; run++) {
-    Set(fen);
+    Set("r1bq1rk1/ppp2ppp/2np1n2/2b1p3/2B1P3/2NP1N2/PPP2PPP/R1BQ1RK1 w - -");
     moves[run] = ThinkTo(6);
     nodes[run] = NodeCount + QNodeCount;
   }
@@ -178,97 +173,115 @@ TEST_F(SearchTest, SameSearchSameTree) {
   EXPECT_EQ(moves[0], moves[1]);
 }
 
+// Catches a clock that is not charged, or a search cut off without a finished iteration.
 TEST_F(SearchTest, FixedTimeStopsNearItsBudgetWithACompleteIteration) {
   Set("r1bq1rk1/ppp2ppp/2np1n2/2b1p3/2B1P3/2NP1N2/PPP2PPP/R1BQ1RK1 w - -");
   gameClock.fixedTime = 50;
   TimeLeft = 50;
-  testing::internal::CaptureStdout();
-  const Move m = Think(White, 60);
-  testing::internal::GetCapturedStdout();
+  Move m = 0;
+  Captured([&] { m = Think(White, 60); });
   EXPECT_NE(m, 0u);
   EXPECT_GE(thinkResult.depth, 2);
   EXPECT_EQ(thinkResult.pv[0], m);
   // The budget is charged every 2,048 nodes, so the overrun is a fraction of a second.
   EXPECT_GE(thinkTime, 45);
   EXPECT_LE(thinkTime, 80);
-}
 
-TEST_F(SearchTest, SingleLegalMoveIsPlayedWithoutSearching) {
+  // A single legal move is played at once, without a search or its output.
   Set("k7/8/8/8/8/8/8/1R4K1 b - -");
   NodeCount = 0;
-  testing::internal::CaptureStdout();
   TimeLeft = 1000;
-  const Move m = Think(Black, 60);
-  const std::string out = testing::internal::GetCapturedStdout();
-  EXPECT_EQ(Text(m), "a8a7");
+  const std::string out = Captured([&] { m = Think(Black, 60); });
+  EXPECT_STREQ(CoordinateText(m), "a8a7");
   EXPECT_EQ(NodeCount, 0u);
-  EXPECT_EQ(out.find("32"), std::string::npos);
+  EXPECT_EQ(out.find("32"), std::string::npos) << out;
 }
 
+// Catches a wrong reserve, increment or moves-to-go term in the budget a move gets.
 TEST_F(SearchTest, TimeBudgetFromTheClock) {
-  gameClock.engineTime = 30000;
-  gameRecord.moveCount = 10;
-  EXPECT_EQ(MoveBudget(), 737);
-  gameRecord.moveCount = 30;
-  EXPECT_EQ(MoveBudget(), 1053);
-  gameRecord.moveCount = 10;
-  gameClock.increment = 2;
-  EXPECT_EQ(MoveBudget(), 937);
-  gameClock.increment = 0;
-  gameClock.engineTime = 400;  // no reserve below five seconds
-  EXPECT_EQ(MoveBudget(), 10);
+  const struct {
+    int engineTime, moveCount, increment, budget;
+  } cases[] = {{30000, 10, 0, 737}, {30000, 30, 0, 1053}, {30000, 10, 2, 937}, {400, 10, 0, 10}};
+  for (const auto& c : cases) {
+    gameClock.engineTime = c.engineTime;
+    gameClock.increment = c.increment;
+    gameRecord.moveCount = c.moveCount;
+    EXPECT_EQ(MoveBudget(), c.budget) << c.engineTime << " " << c.moveCount << " " << c.increment;
+  }
 }
 
-TEST_F(SearchTest, EngineMovePlaysAndAnnounces) {
-  SetInitialPosition();
-  ResetForNewPosition();
-  NewGameRecord();
-  gameClock.fixedDepth = 3;
-  testing::internal::CaptureStdout();
-  EngineMove(pos.sideToMove);
-  const std::string out = testing::internal::GetCapturedStdout();
-  ASSERT_EQ(gameRecord.moveCount, 1);
-  EXPECT_NE(out.find("move " + Text(gameRecord.slots[0].move) + "\n"), std::string::npos) << out;
-
-  // With no move left the result is announced instead.
-  Set("7k/5Q2/6K1/8/8/8/8/8 b - -");
-  testing::internal::CaptureStdout();
-  EngineMove(pos.sideToMove);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "epd diagram : 7k/5Q2/6K1/8/8/8/8/8 b - - \n1/2-1/2 {Stalemate}\n");
-  Set("R6k/6pp/8/8/8/8/8/6K1 b - -");
-  testing::internal::CaptureStdout();
-  EngineMove(pos.sideToMove);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "epd diagram : R6k/6pp/8/8/8/8/8/6K1 b - - \n1-0 {White Mates}\n");
+// Catches a finished game not reported when the engine is to move.
+TEST_F(SearchTest, EngineMoveWithNoMoveLeftAnnouncesTheResult) {
+  const struct {
+    const char* fen;
+    const char* result;
+  } ends[] = {{"7k/5Q2/6K1/8/8/8/8/8 b - -", "1/2-1/2 {Stalemate}"},
+               {"R6k/6pp/8/8/8/8/8/6K1 b - -", "1-0 {White Mates}"}};
+  for (const auto& e : ends) {
+    Set(e.fen);
+    EXPECT_EQ(Captured([] { EngineMove(pos.sideToMove); }),
+              std::string("epd diagram : ") + e.fen + " \n" + e.result + "\n");
+  }
 }
 
+// Catches search and evaluation faults that only cost strength: pruning, ordering, extensions.
 TEST_F(SearchTest, SolvesMostOfAWinAtChessSample) {
   std::ifstream in(std::string(OSTREL_TEST_DATA) + "/epd/wac.epd");
-  std::string line;
+  std::string line, missed;
   int tried = 0, solved = 0;
-  std::string missed;
   for (int index = 0; std::getline(in, line) && tried < 50; index++) {
     if (index % 6) continue;  // every sixth position: 50 spread over the suite
     Set(line.c_str());
     const size_t bm = line.find(" bm ");
     ASSERT_NE(bm, std::string::npos) << line;
-    const std::string answers = line.substr(bm + 4, line.find(';', bm) - bm - 4);
     const Move m = ThinkTo(6);
     bool hit = false;
-    size_t at = 0;
-    while (at < answers.size()) {
-      size_t next = answers.find(' ', at);
-      if (next == std::string::npos) next = answers.size();
-      const std::string token = answers.substr(at, next - at);
-      testing::internal::CaptureStdout();
-      if (!token.empty() && ParseSan(token.c_str(), pos.sideToMove) == m) hit = true;
-      testing::internal::GetCapturedStdout();
-      at = next + 1;
-    }
+    std::istringstream answers(line.substr(bm + 4, line.find(';', bm) - bm - 4));
+    for (std::string san; answers >> san;)
+      Captured([&] { hit |= ParseSan(san.c_str(), pos.sideToMove) == m; });
     tried++;
     solved += hit;
     if (!hit) missed += line.substr(line.find("id ")) + " ";
   }
   EXPECT_EQ(tried, 50);
   EXPECT_GE(solved, 35) << "missed: " << missed;
-  RecordProperty("solved", solved);
+}
+
+// Catches evaluation state taken from the position the game was set up with rather than the one
+// it has reached: the king tables after the queens come off, as if the ending had been set up.
+TEST_F(SearchTest, KingTablesFollowTradesMadeInTheGame) {
+  const auto kingTables = [](std::initializer_list<const char*> moves, const char* fen) {
+    Interpret({"new", "force"});
+    engineFlags.bookUse = 0;
+    Captured([fen] {
+      SetPosition(fen);
+      ResetForNewPosition();
+    });
+    Interpret(moves);
+    ThinkTo(2);
+    std::vector<int> tables(pieceSquareTables[White][King], pieceSquareTables[White][King] + 64);
+    tables.insert(tables.end(), pieceSquareTables[Black][King], pieceSquareTables[Black][King] + 64);
+    return tables;
+  };
+  const std::vector<int> ending = kingTables({}, "3k4/4p3/8/8/8/8/3KP3/8 b - -");
+  ASSERT_NE(kingTables({}, "3qk3/4p3/8/8/8/8/4P3/3QK3 w - -"), ending);
+  EXPECT_EQ(kingTables({"d1d8", "e8d8", "e1d2"}, "3qk3/4p3/8/8/8/8/4P3/3QK3 w - -"), ending);
+}
+
+// Catches a castling penalty that outlasts the opening, or is counted over all games rather than
+// from each new one.
+TEST_F(SearchTest, CastlingPenaltyLastsThirtyHalfMovesOfEachGame) {
+  const char* shuffle[4] = {"g1f3", "g8f6", "f3g1", "f6g8"};  // every castling right stays
+  const struct { int halfMoves, penalty; } game[] = {{0, -300}, {29, -300}, {30, 0}, {41, 0}};
+  for (int round = 0; round < 2; round++) {
+    Interpret({"new", "force"});
+    engineFlags.bookUse = 0;
+    int played = 0;
+    for (const auto& c : game) {
+      for (; played < c.halfMoves; played++) Interpret({shuffle[played % 4]});
+      ThinkTo(2);
+      EXPECT_EQ(c.penalty, castlingLossPenalty[White]) << "game " << round << ", half-move " << played;
+      EXPECT_EQ(c.penalty, castlingLossPenalty[Black]) << "game " << round << ", half-move " << played;
+    }
+  }
 }

@@ -20,8 +20,9 @@
 #include "tablebases/files.h"
 #include "tablebases/probe.h"
 #include "tablebases/registry.h"
-#include "scratch_dir.h"
+#include "tests/capture.h"
 #include "tests/engine_process.h"
+#include "tests/scratch_dir.h"
 
 namespace {
 
@@ -46,7 +47,8 @@ uint32_t RecordingIndex(const int* strong, const int* weak, int epSquare, int in
 }
 
 // Writes a file of `size` bytes, zero except the given (offset, byte) pairs.
-void WriteFile(const std::string& name, uint32_t size, const std::vector<std::pair<uint32_t, int>>& bytes = {}) {
+void WriteSparse(const std::string& name, uint32_t size,
+                 const std::vector<std::pair<uint32_t, int>>& bytes = {}) {
   const int fd = open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
   ASSERT_GE(fd, 0) << name;
   ASSERT_EQ(ftruncate(fd, off_t(size)), 0);
@@ -57,16 +59,16 @@ void WriteFile(const std::string& name, uint32_t size, const std::vector<std::pa
   close(fd);
 }
 
-void Put32(std::vector<uint8_t>& out, size_t at, uint32_t v) {
-  for (int i = 0; i < 4; i++) out[at + i] = uint8_t(v >> (8 * i));
+void Put32(std::string& out, size_t at, uint32_t v) {
+  for (int i = 0; i < 4; i++) out[at + i] = char(v >> (8 * i));
 }
 
 // A compressed file of `entries`: blocks whose runs are shorter than the block are coded as
 // (length - 1, byte) runs, the others stored as they are.
-std::vector<uint8_t> Compress(const std::vector<uint8_t>& entries) {
+std::string Compress(const std::string& entries) {
   const uint32_t blocks = uint32_t((entries.size() + TableBlockBytes - 1) / TableBlockBytes);
-  std::vector<uint8_t> out(24 + 4 * (blocks + 1));
-  memcpy(out.data(), "OSTRLEMD", 8);
+  std::string out(24 + 4 * (blocks + 1), '\0');
+  out.replace(0, 8, "OSTRLEMD");
   Put32(out, 8, 1);
   Put32(out, 12, TableBlockBytes);
   Put32(out, 16, uint32_t(entries.size()));
@@ -74,26 +76,18 @@ std::vector<uint8_t> Compress(const std::vector<uint8_t>& entries) {
   for (uint32_t b = 0; b < blocks; b++) {
     Put32(out, 24 + 4 * b, uint32_t(out.size()));
     const size_t start = size_t(b) * TableBlockBytes, end = std::min(entries.size(), start + TableBlockBytes);
-    std::vector<uint8_t> runs;
+    std::string runs;
     for (size_t i = start; i < end;) {
       size_t j = i;
       while (j < end && j - i < 256 && entries[j] == entries[i]) j++;
-      runs.push_back(uint8_t(j - i - 1));
-      runs.push_back(entries[i]);
+      runs += char(j - i - 1);
+      runs += entries[i];
       i = j;
     }
-    if (runs.size() < end - start) out.insert(out.end(), runs.begin(), runs.end());
-    else out.insert(out.end(), entries.begin() + long(start), entries.begin() + long(end));
+    out += runs.size() < end - start ? runs : entries.substr(start, end - start);
   }
   Put32(out, 24 + 4 * blocks, uint32_t(out.size()));
   return out;
-}
-
-void WriteBytes(const std::string& name, const std::vector<uint8_t>& bytes) {
-  FILE* f = fopen(name.c_str(), "wb");
-  ASSERT_TRUE(f) << name;
-  fwrite(bytes.data(), 1, bytes.size(), f);
-  fclose(f);
 }
 
 std::string TableFile(const std::string& dir, int table, int side) {
@@ -128,58 +122,50 @@ class TablebaseProbeTest : public testing::Test {
 
   // Registers and returns what registration wrote; `men` gets the result.
   std::string Init(const char* directories, int* men = nullptr) {
-    testing::internal::CaptureStdout();
-    const int result = InitTablebases(directories);
+    int result = 0;
+    const std::string out = Captured([&] { result = InitTablebases(directories); });
     SetTablebaseCache(cache.data(), cache.size());
     if (men) *men = result;
-    return testing::internal::GetCapturedStdout();
+    return out;
   }
 
   static bool Probe(const char* fen, int* score) {
-    testing::internal::CaptureStdout();
-    SetPosition(fen);
-    ResetForNewPosition();
-    testing::internal::GetCapturedStdout();
+    Captured([fen] {
+      SetPosition(fen);
+      ResetForNewPosition();
+    });
     return ProbeTablebase(pos.sideToMove, score);
   }
 };
 
-TEST_F(TablebaseProbeTest, NothingRegisteredProbesNothing) {
-  for (const char* list : {"", "a", "a;b,c", "missing,;"}) {
-    int men = -1;
-    EXPECT_EQ(Init(list, &men), "") << list;
-    EXPECT_EQ(men, 0) << list;
-    int score = 12345;
-    EXPECT_FALSE(Probe("8/8/8/4k3/8/8/3QK3/8 w - -", &score));
-    EXPECT_EQ(score, 12345);
-    EXPECT_EQ(indexCall.calls, 0);
-  }
-}
-
-// The result is the most men of the largest table registered, whichever directory holds it.
+// Catches registration counting the men of another table than the largest, and lists with empty,
+// missing or tableless directories registering or probing anything.
 TEST_F(TablebaseProbeTest, ResultCountsTheLargestTable) {
   const struct {
-    int table;
-    int side;
-    int men;
-  } cases[] = {{Kpk, 1, 3}, {Kqk, 0, 3}, {Kpkp, 0, 4}, {35, 1, 4}, {Kppkp, 1, 5}, {145, 0, 5}};
+    const char* list;
+    int table, side, men;  // table 0: no file at all
+  } cases[] = {{"", 0, 0, 0},        {"a", 0, 0, 0},     {"a;b,c", 0, 0, 0},  {"missing,;", 0, 0, 0},
+               {"a;b", Kpk, 1, 3},   {"a;b", Kqk, 0, 3}, {"a;b", Kpkp, 0, 4}, {"a;b", 35, 1, 4},
+               {"a;b", Kppkp, 1, 5}, {"a;b", 145, 0, 5}};
   for (const auto& c : cases) {
     ASSERT_EQ(system("rm -f a/* b/*"), 0);
-    WriteFile(TableFile("b", c.table, c.side), tableCatalogue[c.table].count[c.side]);
-    int men = 0;
-    EXPECT_EQ(Init("a;b", &men), "");
-    EXPECT_EQ(men, c.men) << tableCatalogue[c.table].name;
+    if (c.table) WriteSparse(TableFile("b", c.table, c.side), tableCatalogue[c.table].count[c.side]);
+    int men = -1, score = 12345;
+    EXPECT_EQ(Init(c.list, &men), "") << c.list;
+    EXPECT_EQ(men, c.men) << c.list << " " << tableCatalogue[c.table].name;
+    EXPECT_EQ(Probe("8/8/8/4k3/8/8/3QK3/8 w - -", &score), c.table == Kqk && c.side == 0);
+    EXPECT_EQ(score, c.table == Kqk && c.side == 0 ? 0 : 12345);
   }
 }
 
-// Each side is taken from the first directory holding a good file of it: a directory later in
-// the list is not even looked at for a side already registered.
+// Catches a side taken from a later directory than the first holding a good file of it (a later
+// one is not even looked at for a side already registered), or a damaged file registered.
 TEST_F(TablebaseProbeTest, EachSideComesFromTheFirstDirectoryWithAGoodFile) {
   const uint32_t w = tableCatalogue[Kqk].count[0], b = tableCatalogue[Kqk].count[1];
-  WriteFile("a/kqk.nbw", w - 1);
-  WriteFile("a/kqk.nbb", b, {{3, -5}});
-  WriteFile("b/kqk.nbw", w, {{3, 110}});
-  WriteFile("b/kqk.nbb", b, {{3, -7}});
+  WriteSparse("a/kqk.nbw", w - 1);
+  WriteSparse("a/kqk.nbb", b, {{3, -5}});
+  WriteSparse("b/kqk.nbw", w, {{3, 110}});
+  WriteSparse("b/kqk.nbb", b, {{3, -7}});
   const int None = 1;
   const struct {
     const char* list;
@@ -196,16 +182,18 @@ TEST_F(TablebaseProbeTest, EachSideComesFromTheFirstDirectoryWithAGoodFile) {
     for (int side = 0; side < 2; side++) {
       const int stored = side == 0 ? c.white : c.black;
       int score = None;
-      EXPECT_EQ(Probe(side == 0 ? "8/8/8/4k3/8/8/3QK3/8 w - -" : "8/8/8/4k3/8/8/3QK3/8 b - -", &score), stored != None);
-      EXPECT_EQ(score, stored == None ? None : TableValue(Kqk, side, 3, stored) * 10) << c.list << " side " << side;
+      const char* fen = side == 0 ? "8/8/8/4k3/8/8/3QK3/8 w - -" : "8/8/8/4k3/8/8/3QK3/8 b - -";
+      EXPECT_EQ(Probe(fen, &score), stored != None) << c.list << " side " << side;
+      EXPECT_EQ(score, stored == None ? None : TableValue(Kqk, side, 3, stored) * 10) << c.list;
     }
   }
 }
 
-// The stronger side's men go first; a Black stronger side reads the other file, turned over.
+// Catches the table handed the men in the wrong order or colours: the stronger side's men go first,
+// and a Black stronger side reads the other file, turned over.
 TEST_F(TablebaseProbeTest, ProbePassesTheTableItsView) {
   for (int t : {Kpk, Kpkp})
-    for (int side = 0; side < 2; side++) WriteFile(TableFile("a", t, side), tableCatalogue[t].count[side]);
+    for (int side = 0; side < 2; side++) WriteSparse(TableFile("a", t, side), tableCatalogue[t].count[side]);
   Init("a");
   const struct {
     const char* fen;
@@ -236,6 +224,8 @@ TEST_F(TablebaseProbeTest, ProbePassesTheTableItsView) {
   }
 }
 
+// Catches stored bytes converted to the wrong distance or sign, and the broken entries the
+// published tables get wrong not corrected.
 TEST_F(TablebaseProbeTest, ValueConversion) {
   const struct {
     int table, side;
@@ -249,19 +239,21 @@ TEST_F(TablebaseProbeTest, ValueConversion) {
       {Kppkp, 1, 56802429, 0, 0},  {Kppkp, 0, 71071628, 0, 0},   {37, 1, 71071628, 0, 0},
   };
   for (const auto& c : cases)
-    EXPECT_EQ(TableValue(c.table, c.side, c.index, c.stored), c.value) << c.table << " " << c.index << " " << c.stored;
+    EXPECT_EQ(TableValue(c.table, c.side, c.index, c.stored), c.value)
+        << c.table << " " << c.index << " " << c.stored;
 }
 
-// kqk with White to move spans four blocks: the first two coded as runs, the others stored. Past
-// the last entry there is nothing to read, so such an index is no answer.
+// Catches compressed blocks read wrongly: kqk with White to move spans four blocks, the first two
+// coded as runs, the others stored. Past the last entry there is nothing to read: no answer.
 TEST_F(TablebaseProbeTest, CompressedFileReadsLikeThePlainOne) {
-  std::vector<uint8_t> entries(tableCatalogue[Kqk].count[0]);
-  for (size_t i = 2 * TableBlockBytes; i < entries.size(); i++) entries[i] = uint8_t(i * 7);
+  std::string entries(tableCatalogue[Kqk].count[0], '\0');
+  for (size_t i = 2 * TableBlockBytes; i < entries.size(); i++) entries[i] = char(i * 7);
   entries[5] = 100;
-  entries[9000] = uint8_t(-3);
-  WriteBytes("a/kqk.nbw.emd", Compress(entries));
+  entries[9000] = -3;
+  WriteFile("a/kqk.nbw.emd", Compress(entries));
   EXPECT_EQ(Init("a"), "");
-  for (uint32_t index : {0u, 5u, 9000u, 9001u, 20000u, uint32_t(entries.size() - 1), uint32_t(entries.size())}) {
+  const uint32_t size = uint32_t(entries.size());
+  for (uint32_t index : {0u, 5u, 9000u, 9001u, 20000u, size - 1, size}) {
     indexCall.answer = index;
     int score = -1;
     ASSERT_EQ(Probe("8/8/8/4k3/8/8/3QK3/8 w - -", &score), index < entries.size()) << index;
@@ -271,9 +263,10 @@ TEST_F(TablebaseProbeTest, CompressedFileReadsLikeThePlainOne) {
   }
 }
 
-// A file that is not Ostrel's container, or is damaged, is refused before anything is read from it.
+// Catches a file that is not Ostrel's container, or is damaged, registered: each is refused
+// before anything is read from it.
 TEST_F(TablebaseProbeTest, DamagedCompressedFilesAreRefused) {
-  const std::vector<uint8_t> good = Compress(std::vector<uint8_t>(tableCatalogue[Kqk].count[0]));
+  const std::string good = Compress(std::string(tableCatalogue[Kqk].count[0], '\0'));
   const struct {
     size_t at;
     uint32_t value;
@@ -289,20 +282,21 @@ TEST_F(TablebaseProbeTest, DamagedCompressedFilesAreRefused) {
       {good.size(), 0, "*** Unable to read a/kqk.nbw.emd - file broken\n"},  // bytes past the last block
   };
   for (const auto& c : cases) {
-    std::vector<uint8_t> bad = good;
+    std::string bad = good;
     if (c.at + 4 > bad.size()) bad.resize(c.at + 4);
     Put32(bad, c.at, c.value);
-    WriteBytes("a/kqk.nbw.emd", bad);
+    WriteFile("a/kqk.nbw.emd", bad);
     EXPECT_EQ(Init("a"), std::string(c.message) + "*** Unable to register a/kqk.nbw.emd\n");
   }
-  WriteBytes("a/kqk.nbw.emd", std::vector<uint8_t>(good.begin(), good.begin() + 10));
-  EXPECT_EQ(Init("a"), "*** Unable to read a/kqk.nbw.emd - read error\n*** Unable to register a/kqk.nbw.emd\n");
+  WriteFile("a/kqk.nbw.emd", good.substr(0, 10));
+  EXPECT_EQ(Init("a"),
+            "*** Unable to read a/kqk.nbw.emd - read error\n*** Unable to register a/kqk.nbw.emd\n");
 }
 
-// The search takes a table's answer below the root and counts mates from the root.
+// Catches the search ignoring a table's answer below the root or counting its mates from there.
 TEST_F(TablebaseProbeTest, SearchReturnsTheTableScoreFromTheRoot) {
-  WriteFile("a/kqk.nbw", tableCatalogue[Kqk].count[0], {{0, 126}, {1, 0}, {2, 60}});
-  WriteFile("a/kqk.nbb", tableCatalogue[Kqk].count[1], {{0, -125}});
+  WriteSparse("a/kqk.nbw", tableCatalogue[Kqk].count[0], {{0, 126}, {1, 0}, {2, 60}});
+  WriteSparse("a/kqk.nbb", tableCatalogue[Kqk].count[1], {{0, -125}});
   Init("a");
   const struct {
     const char* fen;
@@ -322,23 +316,18 @@ TEST_F(TablebaseProbeTest, SearchReturnsTheTableScoreFromTheRoot) {
   }
 }
 
-// Start-up registers the -tbdir list and says how many men its tables cover.
+// Catches the -tbdir list not reaching registration at start-up, or its outcome not reported: a
+// damaged file in the first directory, a good one in the second.
 TEST_F(TablebaseProbeTest, EngineStartsWithTheTablesOfItsDirectories) {
-  WriteFile("a/kqk.nbw", tableCatalogue[Kqk].count[0] + 1);
-  WriteFile("b/kpkp.nbb", tableCatalogue[Kpkp].count[1]);
-  const std::string a = scratch.path + "/a", b = scratch.path + "/b";
-  const struct {
-    std::string list;
-    std::vector<std::string> lines;
-  } cases[] = {{a, {"*** " + a + "/kqk.nbw corrupted", "Initialized tablebases : 0"}},
-               {a + ";" + b, {"*** " + a + "/kqk.nbw corrupted", "Initialized tablebases : 4"}}};
-  for (const auto& c : cases) {
-    EngineProcess engine;
-    ASSERT_TRUE(StartEngine(engine, {"-tbdir", c.list}));
-    for (const std::string& line : c.lines) EXPECT_TRUE(WaitForExact(engine, line, 15000)) << Tail(engine);
-    Send(engine, "quit");
-    EXPECT_TRUE(WaitForExit(engine, 15000));
-  }
+  WriteSparse("a/kqk.nbw", tableCatalogue[Kqk].count[0] + 1);
+  WriteSparse("b/kpkp.nbb", tableCatalogue[Kpkp].count[1]);
+  const std::string a = scratch.path + "/a";
+  EngineProcess engine;
+  ASSERT_TRUE(StartEngine(engine, {"-tbdir", a + ";" + scratch.path + "/b"}));
+  EXPECT_TRUE(WaitForExact(engine, "*** " + a + "/kqk.nbw corrupted", 15000)) << Tail(engine);
+  EXPECT_TRUE(WaitForExact(engine, "Initialized tablebases : 4", 15000)) << Tail(engine);
+  Send(engine, "quit");
+  EXPECT_TRUE(WaitForExit(engine, 15000));
 }
 
 }  // namespace

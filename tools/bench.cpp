@@ -6,7 +6,8 @@
 //   ostrel-bench --eval [FILE]    evaluations per second over an EPD file
 //   ostrel-bench --tablebases DIR TABLE...
 //                                 probe time of random legal positions of each table, from a cold
-//                                 cache (blocks read from the files) and from a warm one
+//                                 cache (blocks read from the files) and from a warm one; then the
+//                                 time of each side's index function and of the decoder
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -27,6 +28,7 @@
 #include "search/think.h"
 #include "tablebases/catalogue.h"
 #include "tablebases/files.h"
+#include "tablebases/index.h"
 #include "tablebases/probe.h"
 #include "tablebases/registry.h"
 
@@ -196,6 +198,33 @@ static bool RandomTablePosition(const char* name) {
 // Processor time of this process: on a shared machine the wall clock would count other programs.
 static double ProcessorSeconds() { return double(clock()) / CLOCKS_PER_SEC; }
 
+// Processor time per call of a table side's index function and of the decoder, over entries drawn
+// at random from those that stand for a position.
+static void IndexSpeed(int table) {
+  constexpr int Entries = 4096, Rounds = 200;
+  static TablePosition positions[Entries];
+  static uint32_t indices[Entries];
+  for (int side = 0; side < 2; side++) {
+    for (int n = 0; n < Entries;) {
+      indices[n] = uint32_t(RandomBelow(int(tableCatalogue[table].count[side])));
+      n += DecodeTableIndex(table, side, indices[n], &positions[n]);
+    }
+    uint64_t sum = 0;  // printed, so that no loop can be optimised away
+    double start = ProcessorSeconds();
+    for (int r = 0; r < Rounds; r++)
+      for (const TablePosition& p : positions)
+        sum += tableCatalogue[table].index[side](p.strong, p.weak, p.epSquare, 0);
+    const double index = ProcessorSeconds() - start;
+    start = ProcessorSeconds();
+    TablePosition decoded;
+    for (int r = 0; r < Rounds; r++)
+      for (uint32_t i : indices) sum += DecodeTableIndex(table, side, i, &decoded);
+    const double decode = ProcessorSeconds() - start, calls = double(Entries) * Rounds;
+    printf("%s side %d: index %.1f ns, decode %.1f ns (%d)\n", tableCatalogue[table].name, side,
+           index * 1e9 / calls, decode * 1e9 / calls, int(sum & 1));
+  }
+}
+
 static int TablebaseBench(const char* directory, char** tables, int count) {
   const int men = InitTablebases(directory);
   std::vector<uint8_t> cache(TablebaseCacheBytes);
@@ -229,6 +258,7 @@ static int TablebaseBench(const char* directory, char** tables, int count) {
     const double warm = ProcessorSeconds() - start;
     printf("%s: %d positions, %d answers, cold %.0f ns/probe, warm %.0f ns/probe\n", tables[t], Positions,
            answered, cold * 1e9 / Positions, warm * 1e9 / (double(WarmRounds) * WarmPositions));
+    IndexSpeed(number);
   }
   return 0;
 }

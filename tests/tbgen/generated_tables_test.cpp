@@ -29,9 +29,13 @@ static int GaviotaValue(const Men& p) {
     squares[side][n[side]] = unsigned(p.man[i].square);
     pieces[side][n[side]++] = (unsigned char)p.man[i].type;
   }
-  for (int side = 0; side < 2; side++) squares[side][n[side]] = tb_NOSQUARE, pieces[side][n[side]] = tb_NOPIECE;
-  if (!tb_probe_hard(p.toMove == White ? tb_WHITE_TO_MOVE : tb_BLACK_TO_MOVE, tb_NOSQUARE, tb_NOCASTLE, squares[0],
-                     squares[1], pieces[0], pieces[1], &info, &plies))
+  for (int side = 0; side < 2; side++) {
+    squares[side][n[side]] = tb_NOSQUARE;
+    pieces[side][n[side]] = tb_NOPIECE;
+  }
+  const unsigned toMove = p.toMove == White ? tb_WHITE_TO_MOVE : tb_BLACK_TO_MOVE;
+  if (!tb_probe_hard(toMove, tb_NOSQUARE, tb_NOCASTLE, squares[0], squares[1], pieces[0], pieces[1], &info,
+                     &plies))
     return -1;
   if (info == tb_DRAW) return 0;
   const bool moverWins = (info == tb_WMATE) == (p.toMove == White);
@@ -53,7 +57,8 @@ TEST(GeneratedTables, AgreeWithGaviotaOnEveryThreeManPosition) {
       p.toMove = s & 1 ? Black : White;
       for (int i = 0; i < 3; i++) p.man[i].square = (s >> (1 + 6 * i)) & 63;
       const int a = p.man[0].square, b = p.man[1].square, c = p.man[2].square;
-      if (a == b || a == c || b == c || (p.man[2].type == Pawn && (c < 8 || c >= 56)) || MenIllegal(p)) continue;
+      if (a == b || a == c || b == c || (p.man[2].type == Pawn && (c < 8 || c >= 56)) || MenIllegal(p))
+        continue;
       int ours = -1;
       const bool found = StoredValue(p, -1, &ours);
       const int theirs = GaviotaValue(p);
