@@ -25,7 +25,7 @@ board/movegen.cpp @@ pushOrder[3] = {Knight, Rook, Bishop} @@ pushOrder[3] = {Kn
 board/evasions.cpp @@ if (between && !(between & (between - 1)) && (between & pos.colourOcc[side])) @@ if (between && (between & pos.colourOcc[side]))
 board/makemove.cpp @@ ~4u, ~0u, ~0u, ~0u, ~12u @@ ~4u, ~0u, ~0u, ~0u, ~4u
 board/makemove.cpp @@ if (to - from == 2 * forward) @@ if (to - from == forward)
-board/makemove.cpp @@ pos.material -= sign * pieceValue[c]; @@ pos.material += sign * pieceValue[c];
+board/makemove.cpp @@ pos.material += sign * pieceValue[type]; @@ pos.material -= sign * pieceValue[type];
 board/makemove.cpp @@ rookFrom = to > from ? from + 3 : from - 4; @@ rookFrom = to > from ? from + 3 : from - 3;
 board/makemove.cpp @@ pos.hashKey ^= pieceKey[o][c][capSquare]; @@ pos.hashKey ^= pieceKey[o][c][to];
 board/notation.cpp @@ return FindMove(candidates, from, from - 2, King); @@ return FindMove(candidates, from, from + 2, King);
