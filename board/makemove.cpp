@@ -158,7 +158,7 @@ void MakeMove(Move m, int ply, int s) {
     pos.hashKey ^= pieceKey[s][Rook][rookFrom] ^ pieceKey[s][Rook][rookTo];
     pos.castleFlags |= s == White ? WhiteCastled : BlackCastled;
   }
-  OSTREL_CHECK_POSITION(o);
+  OSTREL_CHECK_POSITION();
 }
 
 void UnmakeMove(Move m, int ply, int s) {
@@ -179,5 +179,5 @@ void UnmakeMove(Move m, int ply, int s) {
   pos.castleFlags = u.castleFlags;
   pos.hashKey = u.hashKey;
   pos.pawnKey = u.pawnKey;
-  OSTREL_CHECK_POSITION(s);
+  OSTREL_CHECK_POSITION();
 }

@@ -12,6 +12,7 @@
 #include "board/movegen.h"
 #include "board/position.h"
 #include "search/eval.h"
+#include "search/psqtables.h"
 #include "tests/position_check.h"
 
 namespace {
@@ -88,6 +89,7 @@ TEST(EvalSymmetry, RandomGames) {
       const Position kept = pos;
       CheckSymmetry(fen, checked);
       pos = kept;
+      pos.psqScore = ComputePsqScore();  // the mirror's SetPosition rebuilt the tables
     }
   }
   EXPECT_GT(checked.compared, 3000);
