@@ -8,6 +8,10 @@
 // decoding goes on with what was read, so a caller needing a sound position checks it itself.
 void SetPosition(const char* text);
 
+// The signed piece a FEN letter names: +PieceType for "PNBRQK", -PieceType for "pnbrqk", 0 for
+// any other character.
+int PieceOfLetter(char c);
+
 // The initial position with all four castling rights.
 void SetInitialPosition();
 

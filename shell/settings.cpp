@@ -19,7 +19,7 @@ struct OptionName {
 };
 
 // In matching order: the first name found anywhere in an argument decides, so "--hashsize" is
-// -hashsize and "-tagline" is -tag, as users of this engine have always been able to write.
+// -hashsize and "-tagline" is -tag. The loose match is deliberate and kept.
 const OptionName options[OptionCount] = {
   {"-analyse", true}, {"-xboard", false}, {"-maxtime", true}, {"-maxply", true}, {"-outfile", true},
   {"-tag", true}, {"-hashsize", true}, {"-pgnsource", true}, {"-tempfile", true}, {"-buildbook", false},

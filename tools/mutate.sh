@@ -46,7 +46,7 @@ search/search.cpp @@ if (o == Outcome::NoEvasion) return -MateValue + 10 * ply; 
 search/quiesce.cpp @@ if (standPat >= beta) return beta; @@ if (standPat > beta) return beta;
 book/probe.cpp @@ if (wins > 1) bookScores[i] += wins; @@ if (wins > 0) bookScores[i] += wins;
 book/probe.cpp @@ bookScores[i] <= CandidateFloor) @@ bookScores[i] < CandidateFloor)
-book/probe.cpp @@ uint16_t(p[0] | p[1] << 8) @@ uint16_t(p[0] | p[1] << 16)
+board/littleendian.h @@ for (int i = 0; i < bytes; i++) value |= @@ for (int i = 0; i + 1 < bytes; i++) value |=
 book/builder.cpp @@ AddCount(result == 1 ? r.whiteWins @@ AddCount(result == 1 ? r.blackWins
 book/builder.cpp @@ count = uint16_t(sum > MaxCount ? MaxCount : sum); @@ count = uint16_t(sum);
 book/pgn.cpp @@ if (--depth == 0) { @@ if (--depth == 1) {
