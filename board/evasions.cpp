@@ -22,11 +22,10 @@ static Bitboard PinnedPieces(int side, int king) {
 // Taking en passant lifts two pawns off one rank or diagonal at once; the one case the pin test
 // cannot see is settled by playing the move.
 static bool EnPassantLegal(Move m, int side) {
-  constexpr int scratchPly = MaxPly - 1;
-  SaveUndo(scratchPly);
-  MakeMove(m, scratchPly, side);
+  SaveUndo(ScratchPly);
+  MakeMove(m, ScratchPly, side);
   const bool legal = !KingAttacked(side);
-  UnmakeMove(m, scratchPly, side);
+  UnmakeMove(m, ScratchPly, side);
   return legal;
 }
 

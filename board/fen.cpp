@@ -24,7 +24,7 @@ Bitboard MapBitboard(Bitboard b, const int* table) {
   return mapped;
 }
 
-static int PieceOfLetter(char c) {
+int PieceOfLetter(char c) {
   for (int type = Pawn; type <= King; type++) {
     if (c == pieceLetters[type]) return type;
     if (c == pieceLetters[type] + ('a' - 'A')) return -type;

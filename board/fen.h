@@ -10,6 +10,10 @@
 // position meant for the engine to search is followed by the search's ResetForNewPosition.
 void SetPosition(const char* text);
 
+// The signed piece a FEN letter names: +PieceType for "PNBRQK", -PieceType for "pnbrqk", 0 for
+// any other character.
+int PieceOfLetter(char c);
+
 // The initial position with all four castling rights.
 void SetInitialPosition();
 

@@ -22,12 +22,6 @@ bool PlayGameMove(int from, int to, int promotion) {
     Print("Make move : game record full\n");
     return false;
   }
-  GameSlot& slot = gameRecord.slots[n];
-  slot.epSquare = pos.epSquare;
-  slot.castleFlags = pos.castleFlags;
-  slot.hashKey = pos.hashKey;
-  slot.pawnKey = pos.pawnKey;
-  slot.repetition = 0;
 
   Move moves[MaxMoves];
   Move* end = GenerateQuiet(GenerateCaptures(moves, side), side);
@@ -38,11 +32,13 @@ bool PlayGameMove(int from, int to, int promotion) {
     Print("Make move : cannot find move %d %d %d\n", from, to, promotion);
     return false;
   }
-  slot.move = found;
   PushRepetition();
   SaveUndo(0);
   MakeMove(found, 0, side);
-  slot.epCapture = epCapture[0];
+  GameSlot& slot = gameRecord.slots[n];
+  slot.undo = undoStack[0];
+  slot.undo.repetition = 0;  // the search's mark of ply 0 means nothing to a take-back
+  slot.move = found;
   gameRecord.moveCount = n + 1;
   gameRecord.sideToMove = side ^ 1;
   pos.sideToMove = side ^ 1;
@@ -57,15 +53,9 @@ void UndoMove() {
     return;
   }
   const GameSlot& slot = gameRecord.slots[n - 1];
-  UndoRecord& u = undoStack[0];
-  u.epSquare = slot.epSquare;
-  u.castleFlags = slot.castleFlags;
-  u.hashKey = slot.hashKey;
-  u.pawnKey = slot.pawnKey;
-  u.repetition = slot.repetition;
+  undoStack[0] = slot.undo;
   gameRecord.sideToMove ^= 1;
   pos.sideToMove = gameRecord.sideToMove;
-  epCapture[0] = slot.epCapture;
   UnmakeMove(slot.move, 0, gameRecord.sideToMove);
   pos.ttAge = (pos.ttAge + 7) & 7;
   gameRecord.moveCount = n - 1;

@@ -1,19 +1,15 @@
 // The game record: moves played on the game board, with what is needed to take them back.
 #pragma once
 
-#include "board/types.h"
+#include "board/makemove.h"
 
 // Longer than any game a GUI will play with us; a move beyond it is refused with a message.
 constexpr int MaxGameMoves = 2048;
 
-// State before one game move, and the move itself.
+// One game move and the undo record it was made with (the state before it, and whether it took
+// en passant).
 struct GameSlot {
-  int epSquare;
-  uint32_t castleFlags;
-  uint64_t hashKey;
-  uint64_t pawnKey;
-  int repetition;
-  int epCapture;
+  UndoRecord undo;
   Move move;
 };
 

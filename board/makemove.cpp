@@ -2,15 +2,14 @@
 
 #include <cstdio>
 
-#include "board/bitboard.h"
 #include "board/keys.h"
 #include "board/movegen.h"
 #include "board/notation.h"
 #include "board/output.h"
+#include "board/positionok.h"
 #include "board/psqscore.h"
 
 UndoRecord undoStack[MaxPly];
-int epCapture[MaxPly];
 Move currentLine[MaxPly];
 
 // Castling rights that survive a move touching a square (as origin or destination). A right is
@@ -26,6 +25,12 @@ static const uint32_t castleKeep[64] = {
   ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u, ~0u,
   ~4u, ~0u, ~0u, ~0u, ~12u, ~0u, ~0u, ~8u};
 
+// ---- Piece helpers. Every change MakeMove makes to the position (the keys apart, which
+// UnmakeMove restores from the undo record) goes through these four, and UnmakeMove calls
+// them in the opposite order with the squares swapped.
+
+static inline int SignedPiece(int side, int type) { return side == White ? type : -type; }
+
 static inline void ToggleOccupancy(int s) {
   pos.occupied ^= squareMask[s];
   pos.occupiedR90 ^= maskR90[s];
@@ -33,25 +38,61 @@ static inline void ToggleOccupancy(int s) {
   pos.occupiedH1A8 ^= maskH1A8[s];
 }
 
-// Adds or removes a piece of `type` on `s` in the piece bitboards (not in the occupancies).
-static inline void TogglePiece(int side, int type, int s) {
-  const Bitboard b = squareMask[s];
+// The piece bitboard of `type` and the slider sets, not the occupancies.
+static inline void ToggleBitboards(int side, int type, Bitboard b) {
   pos.pieces[side][pieceSlot[type]] ^= b;
   if (type == Rook || type == Queen) pos.rooksQueens ^= b;
   if (type == Bishop || type == Queen) pos.bishopsQueens ^= b;
 }
 
-// Moves the castling rook in everything but the keys (the caller handles those).
-static inline void MoveCastlingRook(int side, int rookFrom, int rookTo) {
-  const Bitboard b = squareMask[rookFrom] | squareMask[rookTo];
-  ToggleOccupancy(rookFrom);
-  ToggleOccupancy(rookTo);
-  pos.pieces[side][RookSlot] ^= b;
-  pos.rooksQueens ^= b;
-  pos.colourOcc[side] ^= b;
-  pos.board[rookTo] = pos.board[rookFrom];
-  pos.board[rookFrom] = 0;
+// Counters, material and piece-square sum for a piece arriving (+1) or leaving (-1).
+static inline void CountPiece(int side, int type, int s, int delta) {
+  const int sign = side == White ? delta : -delta;
+  pos.typeCount[side][type] += delta;
+  (type == Pawn ? pos.pawnCount : pos.pieceCount)[side] += delta;
+  pos.material += sign * pieceValue[type];
+  pos.psqScore += sign * pieceSquareTables[side][type][s];
 }
+
+static inline void AddPiece(int side, int type, int s) {
+  pos.board[s] = SignedPiece(side, type);
+  ToggleBitboards(side, type, squareMask[s]);
+  pos.colourOcc[side] ^= squareMask[s];
+  ToggleOccupancy(s);
+  CountPiece(side, type, s, +1);
+}
+
+static inline void RemovePiece(int side, int type, int s) {
+  pos.board[s] = 0;
+  ToggleBitboards(side, type, squareMask[s]);
+  pos.colourOcc[side] ^= squareMask[s];
+  ToggleOccupancy(s);
+  CountPiece(side, type, s, -1);
+}
+
+static inline void MoveOnePiece(int side, int type, int from, int to) {
+  const Bitboard b = squareMask[from] | squareMask[to];
+  pos.board[to] = SignedPiece(side, type);
+  pos.board[from] = 0;
+  ToggleBitboards(side, type, b);
+  pos.colourOcc[side] ^= b;
+  ToggleOccupancy(from);
+  ToggleOccupancy(to);
+  const int* psq = pieceSquareTables[side][type];
+  pos.psqScore += (side == White ? 1 : -1) * (psq[to] - psq[from]);
+  if (type == King) pos.kingSquare[side] = to;
+}
+
+// A promotion and its undoing: the square stays occupied by the same side.
+static inline void ChangePiece(int side, int oldType, int newType, int s) {
+  pos.board[s] = SignedPiece(side, newType);
+  ToggleBitboards(side, oldType, squareMask[s]);
+  CountPiece(side, oldType, s, -1);
+  ToggleBitboards(side, newType, squareMask[s]);
+  CountPiece(side, newType, s, +1);
+}
+
+// ---- Make and unmake
 
 // The rook's squares when a king move is a castling; false for any other king move.
 static inline bool CastlingRookSquares(int side, int from, int to, int& rookFrom, int& rookTo) {
@@ -67,163 +108,77 @@ static void ReportCapturedKing(int ply) {
   Print("\n");
 }
 
+// Callers never pass a last-rank pawn move without a piece to become, so the state is left as
+// the diagnostic finds it: the pawn gone from its bitboard, the mailbox holding the bad code,
+// the occupancies keeping the square, the type counts changed as for a promotion.
+static void ReportInvalidPromotion(Move m, int side, int to, int q) {
+  pos.pieces[side][PawnSlot] ^= squareMask[to];
+  pos.board[to] = SignedPiece(side, q);
+  if (q && q <= King) {
+    pos.typeCount[side][q]++;
+    pos.typeCount[side][Pawn]--;
+  }
+  Print("MakeMove : invalid promotion ");
+  PrintMove(m);
+  Print("valid %d\n", IsValidMove(m, side) ? 1 : 0);
+}
+
 void MakeMove(Move m, int ply, int s) {
   const int from = MoveFrom(m), to = MoveTo(m), p = MovePiece(m), c = MoveCaptured(m), q = MovePromotion(m);
   const int o = s ^ 1;
   const int forward = s == White ? 8 : -8;
-  const int sign = s == White ? 1 : -1;
-  const int (*ownPsq)[64] = pieceSquareTables[s];
-  const int (*enemyPsq)[64] = pieceSquareTables[o];
   const bool enPassant = c && pos.board[to] == 0;
+  const int capSquare = enPassant ? to - forward : to;
+  undoStack[ply].epCapture = enPassant;
 
-  if (c) pos.typeCount[o][c]--;
-  if (q) {
-    pos.typeCount[s][q]++;
-    pos.typeCount[s][Pawn]--;
-  }
-  epCapture[ply] = enPassant;
-
+  // The keys and rights only here: UnmakeMove restores them from the undo record.
   pos.hashKey ^= pieceKey[s][p][from] ^ pieceKey[s][q ? q : p][to] ^ sideKey;
   if (q) pos.pawnKey ^= pawnKey[s][from];
   else if (p == Pawn) pos.pawnKey ^= pawnKey[s][from] ^ pawnKey[s][to];
-
+  if (c) {
+    pos.hashKey ^= pieceKey[o][c][capSquare];
+    if (c == Pawn) pos.pawnKey ^= pawnKey[o][capSquare];
+  }
   pos.castleFlags &= castleKeep[from] & castleKeep[to];
   pos.epSquare = 0;
-  int psqDelta = ownPsq[p][to] - ownPsq[p][from];
 
   if (c) {
-    const int capSquare = enPassant ? to - forward : to;
-    pos.hashKey ^= pieceKey[o][c][capSquare];
-    if (c == Pawn) {
-      pos.pawnKey ^= pawnKey[o][capSquare];
-      pos.pawnCount[o]--;
-    } else {
-      pos.pieceCount[o]--;
-    }
-    pos.material += sign * pieceValue[c];
-    psqDelta += enemyPsq[c][capSquare];
     if (c == King) ReportCapturedKing(ply);
-    TogglePiece(o, c, capSquare);
-    pos.colourOcc[o] ^= squareMask[capSquare];
-    if (enPassant) {
-      ToggleOccupancy(capSquare);
-      pos.board[capSquare] = 0;
+    RemovePiece(o, c, capSquare);
+  }
+  MoveOnePiece(s, p, from, to);
+  if (p == Pawn) {
+    if (to - from == 2 * forward) {
+      pos.epSquare = from + forward;
+    } else if (RankOf(to) == (s == White ? 7 : 0)) {
+      if (q >= Knight && q <= Queen) ChangePiece(s, Pawn, q, to);
+      else ReportInvalidPromotion(m, s, to, q);
     }
+  } else if (int rookFrom, rookTo; p == King && CastlingRookSquares(s, from, to, rookFrom, rookTo)) {
+    MoveOnePiece(s, Rook, rookFrom, rookTo);
+    pos.hashKey ^= pieceKey[s][Rook][rookFrom] ^ pieceKey[s][Rook][rookTo];
+    pos.castleFlags |= s == White ? WhiteCastled : BlackCastled;
   }
-
-  ToggleOccupancy(from);
-  if (!(pos.occupied & squareMask[to])) ToggleOccupancy(to);
-  pos.colourOcc[s] ^= squareMask[from] | squareMask[to];
-  pos.board[to] = sign * p;
-  pos.board[from] = 0;
-
-  switch (p) {
-    case Pawn:
-      pos.pieces[s][PawnSlot] ^= squareMask[from] | squareMask[to];
-      if (to - from == 2 * forward) {
-        pos.epSquare = from + forward;
-      } else if (RankOf(to) == (s == White ? 7 : 0)) {
-        pos.pieces[s][PawnSlot] ^= squareMask[to];
-        pos.board[to] = sign * q;
-        if (q >= Knight && q <= Queen) {
-          TogglePiece(s, q, to);
-          pos.pawnCount[s]--;
-          pos.pieceCount[s]++;
-          pos.material += sign * (pieceValue[q] - pieceValue[Pawn]);
-          psqDelta += ownPsq[q][to] - ownPsq[Pawn][to];
-        } else {
-          Print("MakeMove : invalid promotion ");
-          PrintMove(m);
-          Print("valid %d\n", IsValidMove(m, s) ? 1 : 0);
-        }
-      }
-      break;
-    case King:
-      pos.pieces[s][KingSlot] ^= squareMask[from] | squareMask[to];
-      pos.kingSquare[s] = to;
-      if (int rookFrom, rookTo; CastlingRookSquares(s, from, to, rookFrom, rookTo)) {
-        MoveCastlingRook(s, rookFrom, rookTo);
-        pos.hashKey ^= pieceKey[s][Rook][rookFrom] ^ pieceKey[s][Rook][rookTo];
-        psqDelta += ownPsq[Rook][rookTo] - ownPsq[Rook][rookFrom];
-        pos.castleFlags |= s == White ? WhiteCastled : BlackCastled;
-      }
-      break;
-    default:
-      TogglePiece(s, p, from);
-      TogglePiece(s, p, to);
-      break;
-  }
-  pos.psqScore += sign * psqDelta;
+  OSTREL_CHECK_POSITION();
 }
 
 void UnmakeMove(Move m, int ply, int s) {
   const int from = MoveFrom(m), to = MoveTo(m), p = MovePiece(m), c = MoveCaptured(m), q = MovePromotion(m);
-  const int o = s ^ 1;
   const int forward = s == White ? 8 : -8;
-  const int sign = s == White ? 1 : -1;
-  const int (*ownPsq)[64] = pieceSquareTables[s];
-  const int (*enemyPsq)[64] = pieceSquareTables[o];
-  const bool enPassant = epCapture[ply] != 0;
-  int psqDelta = ownPsq[p][to] - ownPsq[p][from];
-
-  if (c) pos.typeCount[o][c]++;
-  if (q) {
-    pos.typeCount[s][q]--;
-    pos.typeCount[s][Pawn]++;
-  }
-
-  switch (p) {
-    case Pawn:
-      if (q) {
-        TogglePiece(s, q, to);
-        pos.pieces[s][PawnSlot] ^= squareMask[to];
-        pos.pawnCount[s]++;
-        pos.pieceCount[s]--;
-        pos.material -= sign * (pieceValue[q] - pieceValue[Pawn]);
-        psqDelta += ownPsq[q][to] - ownPsq[Pawn][to];
-      }
-      pos.pieces[s][PawnSlot] ^= squareMask[from] | squareMask[to];
-      break;
-    case King:
-      pos.pieces[s][KingSlot] ^= squareMask[from] | squareMask[to];
-      pos.kingSquare[s] = from;
-      if (int rookFrom, rookTo; CastlingRookSquares(s, from, to, rookFrom, rookTo)) {
-        MoveCastlingRook(s, rookTo, rookFrom);
-        psqDelta += ownPsq[Rook][rookTo] - ownPsq[Rook][rookFrom];
-      }
-      break;
-    default:
-      TogglePiece(s, p, from);
-      TogglePiece(s, p, to);
-      break;
-  }
-
-  pos.board[from] = sign * p;
-  pos.board[to] = 0;
-  ToggleOccupancy(from);
-  pos.colourOcc[s] ^= squareMask[from] | squareMask[to];
-
-  if (c) {
-    const int capSquare = enPassant ? to - forward : to;
-    if (c == Pawn) pos.pawnCount[o]++;
-    else pos.pieceCount[o]++;
-    pos.material -= sign * pieceValue[c];
-    psqDelta += enemyPsq[c][capSquare];
-    TogglePiece(o, c, capSquare);
-    pos.colourOcc[o] ^= squareMask[capSquare];
-    pos.board[capSquare] = -sign * c;
-    if (enPassant) {
-      ToggleOccupancy(capSquare);
-      ToggleOccupancy(to);
-    }
-  } else {
-    ToggleOccupancy(to);
-  }
-  pos.psqScore -= sign * psqDelta;
-
   const UndoRecord& u = undoStack[ply];
+  const int capSquare = u.epCapture ? to - forward : to;
+
+  if (q) {
+    ChangePiece(s, q, Pawn, to);
+  } else if (int rookFrom, rookTo; p == King && CastlingRookSquares(s, from, to, rookFrom, rookTo)) {
+    MoveOnePiece(s, Rook, rookTo, rookFrom);
+  }
+  MoveOnePiece(s, p, to, from);
+  if (c) AddPiece(s ^ 1, c, capSquare);
+
   pos.epSquare = u.epSquare;
   pos.castleFlags = u.castleFlags;
   pos.hashKey = u.hashKey;
   pos.pawnKey = u.pawnKey;
+  OSTREL_CHECK_POSITION();
 }

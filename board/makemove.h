@@ -3,21 +3,25 @@
 
 #include "board/position.h"
 
-// Deepest ply the per-ply arrays hold. Ply LegalFilterPly is kept free for GenerateLegal.
+// Deepest ply the per-ply arrays hold. Ply LegalFilterPly is kept free for GenerateLegal, and
+// ScratchPly, beyond the deepest ply the search reaches, for a make/unmake pair at any other time.
 constexpr int MaxPly = 256;
 constexpr int LegalFilterPly = 100;
+constexpr int ScratchPly = MaxPly - 1;
 
-// What MakeMove cannot undo by itself. The caller fills the first four fields before the make.
+// What UnmakeMove cannot work out by itself. The caller fills the first four fields before the
+// make (SaveUndo); MakeMove sets epCapture.
 struct UndoRecord {
   int epSquare;
   uint32_t castleFlags;
   uint64_t hashKey;
   uint64_t pawnKey;
   int repetition;  // set by the search when the node's position is a repetition
+  int epCapture;   // 1 when the move made at this ply took en passant
 };
+static_assert(sizeof(UndoRecord) == 32, "undo records are 32 bytes");
 
 extern UndoRecord undoStack[MaxPly];
-extern int epCapture[MaxPly];   // 1 when the move made at that ply took en passant
 extern Move currentLine[MaxPly];  // the move being searched at each ply
 
 // Copies the restorable fields of the position into the undo record of `ply`.

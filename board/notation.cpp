@@ -21,16 +21,10 @@ const char* CoordinateText(Move m) {
 
 bool ReadCoordinateMove(const char* text, int& from, int& to, int& promotion) {
   for (int i = 0; i < 4; i += 2)
-    if (text[i] < 'a' || text[i] > 'h' || text[i + 1] < '1' || text[i + 1] > '8') return false;
-  from = (text[1] - '1') * 8 + (text[0] - 'a');
-  to = (text[3] - '1') * 8 + (text[2] - 'a');
-  switch (text[4]) {
-    case 'B': case 'b': promotion = Bishop; break;
-    case 'N': case 'n': promotion = Knight; break;
-    case 'R': case 'r': promotion = Rook; break;
-    case 'Q': case 'q': promotion = Queen; break;
-    default: promotion = NoPiece; break;
-  }
+    if (!IsFileLetter(text[i]) || !IsRankDigit(text[i + 1])) return false;
+  from = SquareOf(text[0], text[1]);
+  to = SquareOf(text[2], text[3]);
+  promotion = PromotionOfLetter(text[4]);
   return true;
 }
 
@@ -84,7 +78,7 @@ Move FindMoveRank(const Move* candidates, int rank, int to, int piece) {
   return Resolve(candidates, to, piece, [rank](int s) { return RankOf(s) == rank; }, "Find move rank : can't find ", rank);
 }
 
-static int PieceOfSanLetter(char c) {
+int PieceOfSanLetter(char c) {
   switch (c) {
     case 'B': return Bishop;
     case 'K': case 'O': case 'o': return King;
@@ -95,9 +89,22 @@ static int PieceOfSanLetter(char c) {
   }
 }
 
-// Square from a file character and a rank character, unchecked: a square outside the board
-// simply matches no move.
-static int SquareOf(char file, char rank) { return (rank - '1') * 8 + (file - 'a'); }
+int PromotionOfLetter(char c) {
+  switch (c) {
+    case 'B': case 'b': return Bishop;
+    case 'N': case 'n': return Knight;
+    case 'R': case 'r': return Rook;
+    case 'Q': case 'q': return Queen;
+    default: return NoPiece;
+  }
+}
+
+int ResultOfToken(const char* token) {
+  if (strstr(token, "1-0")) return 1;
+  if (strstr(token, "0-1")) return -1;
+  if (strstr(token, "1/2-1/2")) return 0;
+  return NoResult;
+}
 
 static bool EqualNoCase(const char* a, const char* b) {
   for (; *a && *b; a++, b++) {
@@ -107,15 +114,12 @@ static bool EqualNoCase(const char* a, const char* b) {
   return *a == *b;
 }
 
-static bool IsRankDigit(char c) { return c >= '1' && c <= '8'; }
-static bool IsFileLetter(char c) { return c >= 'a' && c <= 'h'; }
-
 Move ParseSan(const char* token, int side) {
   Print("Test move : [%s]\n", token);
   const char c = token[0];
   const int piece = PieceOfSanLetter(c);
   if (c < 'B' || c > 'o' || piece == NoPiece) {
-    if (!strstr(token, "1-0") && !strstr(token, "0-1") && !strstr(token, "1/2-1/2")) Print("move %s is not valid\n", token);
+    if (ResultOfToken(token) == NoResult) Print("move %s is not valid\n", token);
     return 0;
   }
 

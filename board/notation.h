@@ -23,6 +23,24 @@ void PrintMove(Move m);
 // Display notation of every move of a zero-terminated list.
 void PrintMoveList(const Move* list);
 
+// Characters of coordinate and SAN moves.
+inline bool IsFileLetter(char c) { return c >= 'a' && c <= 'h'; }
+inline bool IsRankDigit(char c) { return c >= '1' && c <= '8'; }
+// Square from a file character and a rank character, unchecked: a square outside the board
+// simply matches no move.
+inline int SquareOf(char file, char rank) { return (rank - '1') * 8 + (file - 'a'); }
+
+// The piece type a SAN move begins with: B, K (O and o too, for castling), N, Q, R, or a file
+// letter for a pawn; NoPiece for anything else.
+int PieceOfSanLetter(char c);
+// The piece type a promotion letter names, either case (n, b, r, q), or NoPiece.
+int PromotionOfLetter(char c);
+
+// The game result a token holds anywhere in it: 1 for "1-0", -1 for "0-1", 0 for "1/2-1/2", and
+// NoResult for none. "1-0" is looked for first.
+constexpr int NoResult = 2;
+int ResultOfToken(const char* token);
+
 // The move of `side` that the SAN token names, or 0. Ambiguities resolve to the first match in
 // generation order; "=Q", "+" and "#" suffixes are not read. Result tokens return 0 quietly.
 Move ParseSan(const char* token, int side);

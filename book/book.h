@@ -32,6 +32,10 @@ struct BookRecord {
 #pragma pack(pop)
 static_assert(sizeof(BookRecord) == 18, "book records are 18 bytes");
 
+// The records' and index entries' sizes in the files, for the code that reads and writes them.
+constexpr int BookRecordBytes = int(sizeof(BookRecord));
+constexpr int IndexEntryBytes = int(sizeof(BookIndexEntry));
+
 // A growable array of records sorted by key, each key once: the builder's working store.
 struct BookStore {
   BookRecord* records;

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "board/fen.h"
+#include "board/littleendian.h"
 #include "board/makemove.h"
 #include "board/notation.h"
 #include "board/output.h"
@@ -17,7 +18,7 @@ namespace {
 // ---- Step 1: games to temporary records ----
 
 constexpr int TempBlockRecords = 16384;
-constexpr int TempRecordBytes = 16;
+constexpr int TempRecordBytes = int(sizeof(TempRecord));
 constexpr int MaxTokenLength = 10;
 constexpr int ProgressEvery = 50;
 
@@ -29,16 +30,6 @@ FILE* tempFile = nullptr;
 unsigned char tempBlock[TempBlockRecords * TempRecordBytes];
 int tempCount = 0;
 bool tempWriteFailed = false;
-
-void PutLittleEndian(unsigned char* out, uint64_t value, int bytes) {
-  for (int i = 0; i < bytes; i++) out[i] = (unsigned char)(value >> (8 * i));
-}
-
-uint64_t GetLittleEndian(const unsigned char* in, int bytes) {
-  uint64_t value = 0;
-  for (int i = 0; i < bytes; i++) value |= uint64_t(in[i]) << (8 * i);
-  return value;
-}
 
 void FlushTempBlock() {
   if (tempFile && tempCount && fwrite(tempBlock, TempRecordBytes, tempCount, tempFile) != size_t(tempCount))
@@ -56,10 +47,6 @@ void AppendTempRecord(uint64_t before, uint64_t after, int8_t result) {
   tempCount++;
 }
 
-bool IsResultToken(const char* token) {
-  return strstr(token, "1-0") || strstr(token, "0-1") || strstr(token, "1/2-1/2");
-}
-
 // Skips blanks and line ends, then copies up to MaxTokenLength printable characters. The
 // returned position is where copying stopped, so the tail of an over-long token becomes the
 // next token (and is reported when it does not convert).
@@ -74,7 +61,7 @@ const char* NextToken(const char* p, char* token) {
 bool PlayToken(const char* token, int side, int8_t result) {
   const Move m = ParseSan(token, side);
   if (!m) {
-    if (!IsResultToken(token)) Print("ParsePgn : move %s couldn't be converted\n", token);
+    if (ResultOfToken(token) == NoResult) Print("ParsePgn : move %s couldn't be converted\n", token);
     return false;
   }
   const uint64_t before = pos.hashKey;
@@ -169,9 +156,6 @@ void MergeChunk() {
 }
 
 // ---- Writing the book ----
-
-constexpr int BookRecordBytes = 18;
-constexpr int IndexEntryBytes = 8;
 
 // The book files are written under a name of their own and moved into place only when both are
 // complete, so that a build that fails (no room, no permission) leaves the book it found as it
@@ -270,7 +254,8 @@ void WriteBook(const char* bookName, const char* indexName) {
 }  // namespace
 
 void ParsePgn(const char* movetext, const char* resultToken) {
-  const int8_t result = strstr(resultToken, "1-0") ? 1 : strstr(resultToken, "0-1") ? -1 : 0;
+  const int tokenResult = ResultOfToken(resultToken);
+  const int8_t result = int8_t(tokenResult == NoResult ? 0 : tokenResult);
   SetInitialPosition();
   SaveUndo(0);
   if (moveLimit < 1) return;

@@ -47,32 +47,8 @@ void ClearMasterBook() {
 
 int CountMasterNodes() { return allocatedNodes + 1; }
 
-static bool IsFileLetter(char c) { return c >= 'a' && c <= 'h'; }
-static bool IsRankDigit(char c) { return c >= '1' && c <= '8'; }
 static bool IsCastlingO(char c) { return c == 'O' || c == 'o' || c == '0'; }
 static bool IsSeparator(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '+'; }
-static uint8_t SquareOf(char file, char rank) { return uint8_t((rank - '1') * 8 + (file - 'a')); }
-
-static uint8_t PieceOfLetter(char c) {
-  switch (c) {
-    case 'B': return Bishop;
-    case 'K': case 'O': case 'o': return King;
-    case 'N': return Knight;
-    case 'Q': return Queen;
-    case 'R': return Rook;
-    default: return Pawn;  // "0-0" too: see the castling rule below
-  }
-}
-
-static int8_t PromotionOfLetter(char c) {
-  switch (c) {
-    case 'B': case 'b': return Bishop;
-    case 'N': case 'n': return Knight;
-    case 'Q': case 'q': return Queen;
-    case 'R': case 'r': return Rook;
-    default: return 0;
-  }
-}
 
 // Reads one move at `s` into `m`; returns the position after it, or null with the error number.
 static const char* ParseMove(const char* s, bool white, MasterMove& m, int& error) {
@@ -81,7 +57,9 @@ static const char* ParseMove(const char* s, bool white, MasterMove& m, int& erro
     m.piece = AnyMove;
     return s + 1;
   }
-  m.piece = PieceOfLetter(*s);
+  // Anything else reads as a pawn, "0-0" too: see the castling rule below.
+  const int piece = PieceOfSanLetter(*s);
+  m.piece = uint8_t(piece == NoPiece ? Pawn : piece);
   if (IsCastlingO(*s)) {
     // Castling written with zeros keeps the pawn type, so such a line never matches a move in
     // play: it lets a book writer park a line without deleting it.
@@ -97,11 +75,11 @@ static const char* ParseMove(const char* s, bool white, MasterMove& m, int& erro
     }
     if (!IsFileLetter(s[0])) return error = 453, nullptr;
     if (!IsRankDigit(s[1])) return error = 454, nullptr;
-    m.to = SquareOf(s[0], s[1]);
+    m.to = uint8_t(SquareOf(s[0], s[1]));
     s += 2;
     if (RankOf(m.to) == 0 || RankOf(m.to) == 7) {
       if (*s == '=') s++;
-      m.promotion = PromotionOfLetter(*s);
+      m.promotion = int8_t(PromotionOfLetter(*s));
       if (!m.promotion) return error = 477, nullptr;
       s++;
     }
@@ -116,7 +94,7 @@ static const char* ParseMove(const char* s, bool white, MasterMove& m, int& erro
     }
     if (*s == 'x') s++;
     if (!IsFileLetter(s[0]) || !IsRankDigit(s[1])) return error = 434, nullptr;
-    m.to = SquareOf(s[0], s[1]);
+    m.to = uint8_t(SquareOf(s[0], s[1]));
     s += 2;
   }
   if (*s == '+') s++;

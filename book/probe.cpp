@@ -7,6 +7,7 @@
 
 #include "board/game.h"
 #include "board/keys.h"
+#include "board/littleendian.h"
 #include "board/makemove.h"
 #include "board/movegen.h"
 #include "board/notation.h"
@@ -16,9 +17,6 @@
 
 namespace {
 
-constexpr int RecordBytes = 18;
-constexpr int IndexEntryBytes = 8;
-
 // Candidates must not trail the best by this much, and need more than a handful of wins.
 constexpr int CandidateWindow = 100;
 constexpr int CandidateFloor = 3;
@@ -27,18 +25,9 @@ constexpr int CandidateFloor = 3;
 // set up, not only those of real games.
 Move bookMoves[MaxMoves];
 int bookScores[MaxMoves];
-unsigned char clusterBytes[MaxClusterRecords * RecordBytes];
+unsigned char clusterBytes[MaxClusterRecords * BookRecordBytes];
 BookRecord cluster[MaxClusterRecords];
 int clusterCount;  // records of `cluster` loaded by the latest probe
-
-// The files are little-endian whatever the host is, so fields are assembled byte by byte.
-uint16_t Load16(const unsigned char* p) { return uint16_t(p[0] | p[1] << 8); }
-
-uint32_t Load32(const unsigned char* p) {
-  return uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24;
-}
-
-uint64_t Load64(const unsigned char* p) { return uint64_t(Load32(p)) | uint64_t(Load32(p + 4)) << 32; }
 
 // Returns the number of entries read; fewer than BookClusters means the file is too short.
 int ReadIndex(FILE* file) {
@@ -49,8 +38,8 @@ int ReadIndex(FILE* file) {
     const size_t got = fread(chunk, IndexEntryBytes, want, file);
     for (size_t i = 0; i < got; i++) {
       const unsigned char* p = chunk + i * IndexEntryBytes;
-      openingBook.index[total + int(i)].start = Load32(p);
-      openingBook.index[total + int(i)].size = int32_t(Load32(p + 4));
+      openingBook.index[total + int(i)].start = uint32_t(GetLittleEndian(p, 4));
+      openingBook.index[total + int(i)].size = int32_t(uint32_t(GetLittleEndian(p + 4, 4)));
     }
     total += int(got);
     if (got < want) break;
@@ -64,7 +53,7 @@ int ReadIndex(FILE* file) {
 void LoadCluster(uint64_t key) {
   const BookIndexEntry& entry = openingBook.index[BookCluster(key)];
   // A negative size must come out huge, not small, so that it is refused rather than read.
-  const uint64_t count = uint64_t(int64_t(entry.size)) / RecordBytes;
+  const uint64_t count = uint64_t(int64_t(entry.size)) / BookRecordBytes;
   clusterCount = 0;
   if (count > uint64_t(MaxClusterRecords)) {
     Print("Too big opening book cluster\n");
@@ -73,16 +62,16 @@ void LoadCluster(uint64_t key) {
   // Where long is 32 bits, offsets past 2 GB come out negative and cannot be reached by fseek.
   const long offset = long(entry.start);
   const bool seeked = offset >= 0 && fseek(openingBook.bookFile, offset, SEEK_SET) == 0;
-  const size_t got = seeked ? fread(clusterBytes, RecordBytes, size_t(count), openingBook.bookFile) : 0;
+  const size_t got = seeked ? fread(clusterBytes, BookRecordBytes, size_t(count), openingBook.bookFile) : 0;
   if (got < count) Print("there was some error reading an opening book cluster\n");
   for (size_t i = 0; i < got; i++) {
-    const unsigned char* p = clusterBytes + i * RecordBytes;
+    const unsigned char* p = clusterBytes + i * BookRecordBytes;
     BookRecord& r = cluster[i];
-    r.key = Load64(p);
-    r.whiteWins = Load16(p + 8);
-    r.blackWins = Load16(p + 10);
-    r.otherResults = Load16(p + 12);
-    r.marker = Load32(p + 14);
+    r.key = GetLittleEndian(p, 8);
+    r.whiteWins = uint16_t(GetLittleEndian(p + 8, 2));
+    r.blackWins = uint16_t(GetLittleEndian(p + 10, 2));
+    r.otherResults = uint16_t(GetLittleEndian(p + 12, 2));
+    r.marker = uint32_t(GetLittleEndian(p + 14, 4));
   }
   clusterCount = int(got);
 }

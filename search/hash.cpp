@@ -24,7 +24,7 @@ void ClearHT() {
 
 void InitHT(int bits) {
   if (bits < MinHashBits || bits > MaxHashBits) {
-    // The report names this file and line as the engine has always printed them.
+    // The file name and line number are fixed text of the message, not this line's own place.
     Print("Error in file hash.cpp in line 28\nInvalid hash table size\n");
     exit(-1);
   }

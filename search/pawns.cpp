@@ -187,8 +187,8 @@ static const int kingDanger[26] = {0,    45,   150,  250,  380,  450,  550,  770
 static int KingDanger(int side, const PawnEntry& pawns) {
   const int attacker = side ^ 1;
   const Bitboard attackerQueens = pos.pieces[attacker][QueenSlot];
-  // Only an attacker whose men all stand on a1 and b1 is let off: the occupancy is compared as
-  // a number, and the engine has always done so.
+  // The gate compares the occupancy as a number with small constants, so only an attacker whose
+  // men all stand on a1 and b1 is let off. The gate is kept exactly so: it decides the scores.
   const uint64_t attackerOcc = pos.colourOcc[attacker];
   if (attackerOcc < 4 && (!attackerQueens || attackerOcc < 2)) return 0;
 

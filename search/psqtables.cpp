@@ -7,7 +7,7 @@
 int castlingLossPenalty[2];
 
 // White's tables, drawn with rank 8 on top as on a diagram; Black reads them mirrored.
-static const int pawnTable[64] = {
+static const int pawnPsq[64] = {
     0,    0,    0,    0,    0,    0,    0,    0,
    50,  100,  150,  200,  200,  150,  100,   50,
    40,   80,  120,  160,  160,  120,   80,   40,
@@ -17,7 +17,7 @@ static const int pawnTable[64] = {
     0,    0,    0, -400, -400,    0,    0,    0,   // unmoved centre pawns block the bishops
     0,    0,    0,    0,    0,    0,    0,    0};
 
-static const int knightTable[64] = {
+static const int knightPsq[64] = {
   -100, -100, -100, -100, -100, -100, -100, -100,
   -100,    0,    0,    0,    0,    0,    0, -100,
   -100,    0,   50,   50,   50,   50,    0, -100,
@@ -27,7 +27,7 @@ static const int knightTable[64] = {
   -100,    0,    0,    0,    0,    0,    0, -100,
   -100, -300, -100, -100, -100, -100, -300, -100};
 
-static const int bishopTable[64] = {
+static const int bishopPsq[64] = {
   -100, -100, -100, -100, -100, -100, -100, -100,
   -100,    0,    0,    0,    0,    0,    0, -100,
   -100,    0,   50,   50,   50,   50,    0, -100,
@@ -37,7 +37,7 @@ static const int bishopTable[64] = {
   -100,    0,    0,    0,    0,    0,    0, -100,
   -100, -100, -200, -100, -100, -200, -100, -100};
 
-static const int rookTable[64] = {
+static const int rookPsq[64] = {
    50,   50,   50,   50,   50,   50,   50,   50,
     0,    0,    0,    0,    0,    0,    0,    0,
     0,    0,    0,    0,    0,    0,    0,    0,
@@ -47,7 +47,7 @@ static const int rookTable[64] = {
     0,    0,    0,    0,    0,    0,    0,    0,
     0,    0,    0,    0,    0,    0,    0,    0};
 
-static const int kingEndgameTable[64] = {
+static const int kingEndgamePsq[64] = {
     0,  100,  200,  300,  300,  200,  100,    0,
   100,  200,  300,  400,  400,  300,  200,  100,
   200,  300,  400,  500,  500,  400,  300,  200,
@@ -58,7 +58,7 @@ static const int kingEndgameTable[64] = {
     0,  100,  200,  300,  300,  200,  100,    0};
 
 // Queen's side and king's side differ on purpose.
-static const int kingMiddlegameTable[64] = {
+static const int kingMiddlegamePsq[64] = {
   -80,  -80,  -80,  -80,  -80,  -80,  -80,  -80,
   -80,  -80,  -80,  -80,  -80,  -80,  -80,  -80,
   -80,  -80,  -80,  -80,  -80,  -80,  -80,  -80,
@@ -94,16 +94,16 @@ void BuildPieceSquareTables() {
   castlingLossPenalty[White] = young && (pos.castleFlags & (WhiteKingSide | WhiteQueenSide)) ? -300 : 0;
   castlingLossPenalty[Black] = young && (pos.castleFlags & (BlackKingSide | BlackQueenSide)) ? -300 : 0;
 
-  Fill(Pawn, pawnTable);
-  Fill(Knight, knightTable);
-  Fill(Bishop, bishopTable);
-  Fill(Rook, rookTable);
+  Fill(Pawn, pawnPsq);
+  Fill(Knight, knightPsq);
+  Fill(Bishop, bishopPsq);
+  Fill(Rook, rookPsq);
   for (int s = 0; s < 64; s++) {
     pieceSquareTables[White][Queen][s] = pieceSquareTables[Black][Queen][s] = 0;
     pieceSquareTables[White][NoPiece][s] = pieceSquareTables[Black][NoPiece][s] = 0;
   }
   for (int side = Black; side <= White; side++) {
-    const int* king = PieceMaterial(side ^ 1) < KingEndgameMaterial ? kingEndgameTable : kingMiddlegameTable;
+    const int* king = PieceMaterial(side ^ 1) < KingEndgameMaterial ? kingEndgamePsq : kingMiddlegamePsq;
     for (int s = 0; s < 64; s++) {
       const int whiteSquare = side == White ? s : s ^ 56;
       pieceSquareTables[side][King][s] = king[whiteSquare ^ 56];

@@ -1,7 +1,5 @@
 // Quiescence: stand pat on the static evaluation, then only captures that can still raise the
 // score, best victim first; every evasion when in check.
-#include <cstring>
-
 #include "board/makemove.h"
 #include "board/movegen.h"
 #include "board/repetition.h"
@@ -15,13 +13,6 @@ int LazyMargin = InitialLazyMargin;
 
 // A capture must be able to lift the score to alpha with this much to spare.
 constexpr int DeltaMargin = 800;
-
-static inline void ExtendPv(int ply, Move m) {
-  PvTable[ply][0] = m;
-  const int childLength = PvLength[ply + 1];
-  memcpy(&PvTable[ply][1], PvTable[ply + 1], sizeof(Move) * size_t(childLength));
-  PvLength[ply] = childLength + 1;
-}
 
 // Captures only change material, so no position can repeat below the horizon: the search path
 // is not extended into the repetition list here.

@@ -114,10 +114,7 @@ static Outcome SearchMadeMove(Node& n, Move m, bool learns) {
     // The mark is the negation of the child's: a quirk of this engine that decides which
     // fail-high results reach the hash table.
     undoStack[ply].repetition = undoStack[ply + 1].repetition ? 0 : 1;
-    PvTable[ply][0] = m;
-    const int childLength = PvLength[ply + 1];
-    memcpy(&PvTable[ply][1], PvTable[ply + 1], sizeof(Move) * size_t(childLength));
-    PvLength[ply] = childLength + 1;
+    ExtendPv(ply, m);
   }
   if (n.best >= n.beta) {
     if (!undoStack[ply + 1].repetition) StoreHash(score, LowerBound, n.depth, m);
@@ -168,8 +165,9 @@ static inline int SelectBest(int start, int end) {
   return chosen;
 }
 
-// Step 16, in check: every evasion, captures first by exchange value (scaled so that it
-// overflows, as it always has), then history with the killers lifted.
+// Step 16, in check: every evasion, captures first by exchange value, then history with the
+// killers lifted. The exchange value is scaled by 10^9 in wrapping 32-bit arithmetic: the
+// wrapped order is part of the engine's move order, and so of its node counts.
 static Outcome SearchEvasions(Node& n, int start) {
   const int side = n.side, ply = n.ply;
   const int end = int(GenerateEvasions(moveList + start, side) - moveList);

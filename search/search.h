@@ -2,6 +2,8 @@
 // point of view, depths in hundredths of a ply.
 #pragma once
 
+#include <cstring>
+
 #include "board/types.h"
 
 // Deepest ply a search path may reach, extensions and quiescence included; a node there is
@@ -27,6 +29,18 @@ struct FollowPvCursor {
 
 extern Move PvTable[MaxSearchPly][MaxSearchPly];
 extern int PvLength[MaxSearchPly];
+
+// Writes `m` followed by the child's line into `line`; returns the new line's length.
+inline int ExtendLine(Move* line, Move m, const Move* child, int childLength) {
+  line[0] = m;
+  memcpy(line + 1, child, sizeof(Move) * size_t(childLength));
+  return childLength + 1;
+}
+
+// The line of `ply` becomes `m` followed by the line of the child.
+inline void ExtendPv(int ply, Move m) {
+  PvLength[ply] = ExtendLine(PvTable[ply], m, PvTable[ply + 1], PvLength[ply + 1]);
+}
 extern KillerSlot KillerTable[MaxSearchPly + 1][2];
 extern uint32_t HistoryTable[2][4096];        // [side][from-to]
 extern Move CounterMoveTable[2][7][4096];     // [side][previous move's piece][previous from-to]

@@ -102,9 +102,7 @@ Iteration SearchRoot(int d, int alpha, int beta, int side, int32_t start, bool p
     if (score > it.best) {
       it.best = score;
       it.bestIndex = i;
-      r.pv[0] = r.move;
-      memcpy(&r.pv[1], PvTable[1], sizeof(Move) * size_t(PvLength[1]));
-      r.pvLength = PvLength[1] + 1;
+      r.pvLength = ExtendLine(r.pv, r.move, PvTable[1], PvLength[1]);
       HistoryTable[side][r.move & 4095] += uint32_t(depth) * uint32_t(depth);
       if (thinkReporter) {
         thinkReporter(d, score, r.pv, r.pvLength, false);

@@ -8,6 +8,7 @@
 #include "board/fen.h"
 #include "board/game.h"
 #include "board/position.h"
+#include "board/notation.h"
 #include "search/control.h"
 #include "search/reset.h"
 #include "shell/input.h"
@@ -17,16 +18,7 @@ namespace {
 
 // The square named by a file letter and a rank digit, or -1 when they name none: such a
 // placement is ignored.
-int SquareAt(const char* p) {
-  if (p[0] < 'a' || p[0] > 'h' || p[1] < '1' || p[1] > '8') return -1;
-  return (p[1] - '1') * 8 + (p[0] - 'a');
-}
-
-int PieceOfLetter(char c) {
-  static const char letters[] = "pnbrqk";
-  const char* at = strchr(letters, c);
-  return at && c ? int(at - letters) + 1 : 0;
-}
+int SquareAt(const char* p) { return IsFileLetter(p[0]) && IsRankDigit(p[1]) ? SquareOf(p[0], p[1]) : -1; }
 
 }  // namespace
 
@@ -52,7 +44,7 @@ void EditMode() {
     } else if (c == 'x') {
       const int square = SquareAt(line + 1);
       if (square >= 0) board[square] = 0;
-    } else if (const int piece = PieceOfLetter(c)) {
+    } else if (const int piece = -PieceOfLetter(c)) {  // c is lower case: a Black piece's letter
       const int square = SquareAt(line + 1);
       if (square >= 0) board[square] = white ? "PNBRQK"[piece - 1] : "pnbrqk"[piece - 1];
     }

@@ -2,6 +2,7 @@
 // board.
 #include <cstring>
 
+#include "board/fen.h"
 #include "tablebases/catalogue.h"
 #include "board/output.h"
 #include "tablebases/layout.h"
@@ -184,10 +185,7 @@ int materialCount;
 
 // Signature position of a piece code (pawn .. queen) for the side named first; +5 for the other.
 void CountMen(const char* men, int8_t* counts) {
-  for (; *men; men++) {
-    const char* code = strchr("pnbrq", *men);
-    counts[code - "pnbrq"]++;
-  }
+  for (; *men; men++) counts[-PieceOfLetter(*men) - Pawn]++;  // names are written in lower case
 }
 
 void AddTableMaterials(int table) {

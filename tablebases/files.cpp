@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "board/littleendian.h"
 #include "board/output.h"
 #include "tablebases/catalogue.h"
 
@@ -38,8 +39,6 @@ int cacheSets;
 int cacheWays;
 uint64_t cacheClock;
 uint8_t* decodeBlock;
-
-uint32_t ReadLittle32(const uint8_t* p) { return p[0] | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24; }
 
 uint32_t EntriesInBlock(uint32_t count, uint32_t block) {
   const uint32_t start = block * uint32_t(TableBlockBytes);
@@ -113,21 +112,21 @@ CompressedTable* OpenCompressedTable(FILE* file, const char* name, uint32_t coun
     Print("*** Unable to read %s - file broken\n", name);
     return nullptr;
   }
-  const uint32_t version = ReadLittle32(header + 8);
+  const uint32_t version = uint32_t(GetLittleEndian(header + 8, 4));
   if (version != EmdVersion) {
     Print("*** Unable to read %s - error %d\n", name, int(version));
     return nullptr;
   }
-  const uint32_t blockSize = ReadLittle32(header + 12);
+  const uint32_t blockSize = uint32_t(GetLittleEndian(header + 12, 4));
   if (blockSize != uint32_t(TableBlockBytes)) {
     Print("*** %s: Unsupported block size %d\n", name, int(blockSize));
     return nullptr;
   }
-  if (ReadLittle32(header + 16) != count) {
+  if (uint32_t(GetLittleEndian(header + 16, 4)) != count) {
     Print("*** %s corrupted\n", name);
     return nullptr;
   }
-  const uint32_t blockCount = ReadLittle32(header + 20);
+  const uint32_t blockCount = uint32_t(GetLittleEndian(header + 20, 4));
   if (blockCount != (count + uint32_t(TableBlockBytes) - 1) / uint32_t(TableBlockBytes)) {
     Print("*** Unable to read %s - file broken\n", name);
     return nullptr;
@@ -147,7 +146,7 @@ CompressedTable* OpenCompressedTable(FILE* file, const char* name, uint32_t coun
     free(c);
     return nullptr;
   }
-  for (uint32_t i = 0; i <= blockCount; i++) c->offsets[i] = ReadLittle32(raw + 4 * i);
+  for (uint32_t i = 0; i <= blockCount; i++) c->offsets[i] = uint32_t(GetLittleEndian(raw + 4 * i, 4));
   if (!OffsetsSound(*c, count, fileSize)) {
     Print("*** Unable to read %s - file broken\n", name);
     free(c);

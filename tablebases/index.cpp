@@ -57,6 +57,7 @@
 #endif
 
 #include "board/bitboard.h"
+#include "board/fen.h"
 #include "tablebases/index.h"
 #include "tablebases/layout.h"
 
@@ -245,7 +246,7 @@ void BuildLayout(TableLayout& layout, const char* name, int side, uint32_t count
   int men[2][6] = {};  // [stm, sntm][type]
   for (const char* p = name + 1; *p; p++) {
     if (p == second) continue;
-    const int type = int(strchr(" pnbrq", *p) - " pnbrq");
+    const int type = -PieceOfLetter(*p);  // names are written in lower case
     men[(p > second) != (side == 1)][type]++;
   }
   layout.pawns = strchr(name, 'p') != nullptr;

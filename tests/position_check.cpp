@@ -1,17 +1,13 @@
 #include "tests/position_check.h"
 
-#include <cinttypes>
 #include <cstdio>
 #include <cstring>
 #include <fstream>
 
 #include <gtest/gtest.h>
 
-#include "board/bitboard.h"
 #include "board/fen.h"
-#include "board/keys.h"
 #include "board/movegen.h"
-#include "search/psqtables.h"
 
 namespace ostrel_test {
 
@@ -20,110 +16,7 @@ namespace {
 const char* const sideNames[2] = {"Black", "White"};
 const char* const slotNames[6] = {"pawns", "rooks", "knights", "bishops", "queens", "king"};
 
-std::string Hex(uint64_t v) {
-  char text[24];
-  snprintf(text, sizeof text, "0x%016" PRIX64, v);
-  return text;
-}
-
-std::string Mismatch(const std::string& field, const std::string& have, const std::string& want) {
-  return field + ": have " + have + ", want " + want;
-}
-
-// Accumulates the first disagreement only; later ones are usually its consequences.
-struct Audit {
-  std::string first;
-  void Bits(const std::string& field, uint64_t have, uint64_t want) {
-    if (first.empty() && have != want) first = Mismatch(field, Hex(have), Hex(want));
-  }
-  void Int(const std::string& field, long long have, long long want) {
-    if (first.empty() && have != want) first = Mismatch(field, std::to_string(have), std::to_string(want));
-  }
-  void Fail(const std::string& text) {
-    if (first.empty()) first = text;
-  }
-};
-
 }  // namespace
-
-std::string CheckPosition(int sideToMove) {
-  Audit audit;
-  Bitboard pieces[2][6] = {};
-  int count[2][7] = {};
-  for (int s = 0; s < 64; s++) {
-    const int v = pos.board[s];
-    if (v < -King || v > King) {
-      audit.Fail("board[" + std::to_string(s) + "] = " + std::to_string(v) + " is no piece code");
-      return audit.first;
-    }
-    if (!v) continue;
-    const int side = v > 0 ? White : Black;
-    const int type = v > 0 ? v : -v;
-    pieces[side][pieceSlot[type]] |= 1ULL << s;
-    count[side][type]++;
-  }
-
-  Bitboard colour[2] = {0, 0};
-  Bitboard rooksQueens = 0, bishopsQueens = 0;
-  for (int side = Black; side <= White; side++) {
-    for (int slot = 0; slot < 6; slot++) {
-      audit.Bits(std::string("pieces[") + sideNames[side] + "][" + slotNames[slot] + "]", pos.pieces[side][slot],
-                 pieces[side][slot]);
-      colour[side] |= pieces[side][slot];
-    }
-    rooksQueens |= pieces[side][RookSlot] | pieces[side][QueenSlot];
-    bishopsQueens |= pieces[side][BishopSlot] | pieces[side][QueenSlot];
-  }
-  const Bitboard occupied = colour[White] | colour[Black];
-  audit.Bits("colourOcc[White]", pos.colourOcc[White], colour[White]);
-  audit.Bits("colourOcc[Black]", pos.colourOcc[Black], colour[Black]);
-  audit.Bits("occupied", pos.occupied, occupied);
-  audit.Bits("occupiedR90", pos.occupiedR90, MapBitboard(occupied, rot90));
-  audit.Bits("occupiedA1H8", pos.occupiedA1H8, MapBitboard(occupied, rot45A1H8));
-  audit.Bits("occupiedH1A8", pos.occupiedH1A8, MapBitboard(occupied, rot45H1A8));
-  audit.Bits("rooksQueens", pos.rooksQueens, rooksQueens);
-  audit.Bits("bishopsQueens", pos.bishopsQueens, bishopsQueens);
-
-  int material = 0;
-  for (int side = Black; side <= White; side++) {
-    const std::string name = sideNames[side];
-    const Bitboard king = pieces[side][KingSlot];
-    audit.Int("kingSquare[" + name + "]", pos.kingSquare[side], king ? LowestBit(king) : 0);
-    audit.Int("pieceCount[" + name + "]", pos.pieceCount[side],
-              count[side][Knight] + count[side][Bishop] + count[side][Rook] + count[side][Queen]);
-    audit.Int("pawnCount[" + name + "]", pos.pawnCount[side], count[side][Pawn]);
-    for (int type = Pawn; type <= Queen; type++) {
-      audit.Int("typeCount[" + name + "][" + std::to_string(type) + "]", pos.typeCount[side][type], count[side][type]);
-      material += (side == White ? 1 : -1) * pieceValue[type] * count[side][type];
-    }
-  }
-  audit.Int("material", pos.material, material);
-  audit.Int("psqScore", pos.psqScore, ComputePsqScore());
-
-  uint64_t hash = sideToMove == White ? whiteToMoveKey : blackToMoveKey, pawns = 0;
-  for (int s = 0; s < 64; s++) {
-    const int v = pos.board[s];
-    if (!v) continue;
-    const int side = v > 0 ? White : Black;
-    hash ^= pieceKey[side][v > 0 ? v : -v][s];
-    if (v == Pawn || v == -Pawn) pawns ^= pawnKey[side][s];
-  }
-  audit.Bits("hashKey", pos.hashKey, hash);
-  audit.Bits("pawnKey", pos.pawnKey, pawns);
-
-  // Make clears rights by square, which is only right while every right has its pieces at home.
-  static const struct { uint32_t flag; int king, kingValue, rook, rookValue; } rights[4] = {
-      {WhiteKingSide, E1, King, H1, Rook}, {WhiteQueenSide, E1, King, A1, Rook},
-      {BlackKingSide, E8, -King, H8, -Rook}, {BlackQueenSide, E8, -King, A8, -Rook}};
-  for (const auto& r : rights)
-    if ((pos.castleFlags & r.flag) && (pos.board[r.king] != r.kingValue || pos.board[r.rook] != r.rookValue))
-      audit.Fail("castleFlags: right " + std::to_string(r.flag) + " held without king and rook at home");
-  if (pos.castleFlags & ~63u) audit.Fail("castleFlags: unknown bits in " + Hex(pos.castleFlags));
-  if (pos.epSquare && (pos.epSquare < 0 || pos.epSquare > 63 || RankOf(pos.epSquare) != (sideToMove == White ? 5 : 2)))
-    audit.Fail("epSquare: " + std::to_string(pos.epSquare) + " is not on the rank " + sideNames[sideToMove] +
-               " takes on");
-  return audit.first;
-}
 
 std::string DiffPositions(const Position& a, const Position& b) {
   if (!memcmp(&a, &b, sizeof a)) return "";
@@ -206,13 +99,12 @@ std::vector<Move> PseudoLegalMoves(int side) {
 }
 
 std::vector<Move> LegalMovesByPlaying(int side) {
-  constexpr int ply = 200;  // clear of the slots the game, the tests and the legal filter use
   std::vector<Move> legal;
-  SaveUndo(ply);
+  SaveUndo(ScratchPly);
   for (Move m : PseudoLegalMoves(side)) {
-    MakeMove(m, ply, side);
+    MakeMove(m, ScratchPly, side);
     if (!KingAttacked(side)) legal.push_back(m);
-    UnmakeMove(m, ply, side);
+    UnmakeMove(m, ScratchPly, side);
   }
   return legal;
 }
@@ -243,7 +135,7 @@ bool RandomGame::Play() {
   const Move m = moves[random_.Below(uint32_t(end - moves))];
   SaveUndo(0);
   MakeMove(m, 0, side_);
-  history_.push_back(Played{m, side_, undoStack[0], epCapture[0]});
+  history_.push_back(Played{m, side_, undoStack[0]});
   side_ ^= 1;
   pos.sideToMove = side_;
   return true;
@@ -253,7 +145,6 @@ bool RandomGame::Undo() {
   if (history_.empty()) return false;
   const Played& last = history_.back();
   undoStack[0] = last.undo;
-  epCapture[0] = last.epCapture;
   UnmakeMove(last.move, 0, last.side);
   side_ = last.side;
   pos.sideToMove = side_;

@@ -1,4 +1,4 @@
-// Test helpers shared by the board tests: a from-scratch audit of the global position, a byte
+// Test helpers shared by the board tests: the engine's audit of the global position, a byte
 // comparison that names the field that differs, and deterministic random play.
 #pragma once
 
@@ -7,16 +7,13 @@
 #include <vector>
 
 #include "board/makemove.h"
+#include "board/positionok.h"
 
 namespace ostrel_test {
 
-// Rebuilds from the mailbox everything the position derives from it (piece and colour bitboards,
-// plain and rotated occupancies, slider sets, king squares, counters, material, type counts,
-// piece-square sum, both keys) and checks a few invariants make/unmake rely on (castling rights
-// only with king and rook at home, en-passant square on the rank the side to move can take on).
-// Returns the first disagreement as "field: have X, want Y", or "" when all agree.
-// `sideToMove` decides which side key the hash key must hold.
-std::string CheckPosition(int sideToMove);
+// The engine's own audit (PositionFault) as a string: "" when the position agrees with a
+// rebuild from the mailbox, else the first field that differs.
+inline std::string CheckPosition(int sideToMove) { return PositionFault(sideToMove); }
 inline std::string CheckPosition() { return CheckPosition(pos.sideToMove); }
 
 // "" when the two records are identical byte for byte, else the first field that differs.
@@ -82,7 +79,6 @@ class RandomGame {
     Move move;
     int side;
     UndoRecord undo;
-    int epCapture;
   };
   TestRandom random_;
   int side_;

@@ -25,7 +25,7 @@ board/movegen.cpp @@ pushOrder[3] = {Knight, Rook, Bishop} @@ pushOrder[3] = {Kn
 board/evasions.cpp @@ if (between && !(between & (between - 1)) && (between & pos.colourOcc[side])) @@ if (between && (between & pos.colourOcc[side]))
 board/makemove.cpp @@ ~4u, ~0u, ~0u, ~0u, ~12u @@ ~4u, ~0u, ~0u, ~0u, ~4u
 board/makemove.cpp @@ if (to - from == 2 * forward) @@ if (to - from == forward)
-board/makemove.cpp @@ pos.material -= sign * pieceValue[c]; @@ pos.material += sign * pieceValue[c];
+board/makemove.cpp @@ pos.material += sign * pieceValue[type]; @@ pos.material -= sign * pieceValue[type];
 board/makemove.cpp @@ rookFrom = to > from ? from + 3 : from - 4; @@ rookFrom = to > from ? from + 3 : from - 3;
 board/makemove.cpp @@ pos.hashKey ^= pieceKey[o][c][capSquare]; @@ pos.hashKey ^= pieceKey[o][c][to];
 board/notation.cpp @@ return FindMove(candidates, from, from - 2, King); @@ return FindMove(candidates, from, from + 2, King);
@@ -46,7 +46,7 @@ search/search.cpp @@ if (o == Outcome::NoEvasion) return -MateValue + 10 * ply; 
 search/quiesce.cpp @@ if (standPat >= beta) return beta; @@ if (standPat > beta) return beta;
 book/probe.cpp @@ if (wins > 1) bookScores[i] += wins; @@ if (wins > 0) bookScores[i] += wins;
 book/probe.cpp @@ bookScores[i] <= CandidateFloor) @@ bookScores[i] < CandidateFloor)
-book/probe.cpp @@ uint16_t(p[0] | p[1] << 8) @@ uint16_t(p[0] | p[1] << 16)
+board/littleendian.h @@ for (int i = 0; i < bytes; i++) value |= @@ for (int i = 0; i + 1 < bytes; i++) value |=
 book/builder.cpp @@ AddCount(result == 1 ? r.whiteWins @@ AddCount(result == 1 ? r.blackWins
 book/builder.cpp @@ count = uint16_t(sum > MaxCount ? MaxCount : sum); @@ count = uint16_t(sum);
 book/pgn.cpp @@ if (--depth == 0) { @@ if (--depth == 1) {

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "board/fen.h"
 #include "tablebases/catalogue.h"
 
 WorkLayout layout;
@@ -27,12 +28,6 @@ static int TriangleSlot(int s) {
 }
 static const int triangleSquare[10] = {A1, B1, C1, D1, B2, C2, D2, C3, D3, D4};
 
-static int PieceOfLetter(char c) {
-  const char* letters = "pnbrqk";
-  const char* at = strchr(letters, c);
-  return c && at ? int(at - letters) + 1 : 0;
-}
-
 bool MenOfName(const char* name, Men* out) {
   if (name[0] != 'k') return false;
   const char* second = strchr(name + 1, 'k');
@@ -43,8 +38,8 @@ bool MenOfName(const char* name, Men* out) {
   p.man[1] = {0, King, Black};
   for (const char* c = name + 1; *c; c++) {
     if (c == second) continue;
-    const int type = PieceOfLetter(*c);
-    if (!type || type == King) return false;
+    const int type = -PieceOfLetter(*c);  // names are written in lower case
+    if (type <= 0 || type == King) return false;
     p.man[p.count++] = {0, type, c < second ? White : Black};
   }
   *out = p;
