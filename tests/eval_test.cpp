@@ -10,6 +10,7 @@
 #include "board/fen.h"
 #include "board/game.h"
 #include "board/position.h"
+#include "board/psqscore.h"
 #include "search/eval.h"
 #include "search/pawns.h"
 #include "search/psqtables.h"
@@ -93,6 +94,7 @@ TEST(EvalSymmetry, MirroredPositionsScoreOpposite) {
       const Position kept = pos;
       checked.Add(PositionToEpd());
       pos = kept;
+      pos.psqScore = ComputePsqScore();  // the mirror's set-up rebuilt the tables
     }
   }
   EXPECT_GT(checked.compared, 10000);
