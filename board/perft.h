@@ -8,7 +8,3 @@
 // counting at the last ply, so the figure measures make/unmake as well.
 // `ply` is the first undo slot the walk may use; slots below it are left alone.
 uint64_t Perft(int depth, int side, int ply = 0);
-
-// The same count through GenerateEvasions when in check and GenerateLegal otherwise: a second
-// path that must agree with the first.
-uint64_t PerftLegal(int depth, int side);

@@ -165,8 +165,6 @@ void PollInput() {
   }
 }
 
-int QueuedLineCount() { return int(queuedLines); }
-
 bool TakeQueuedLine(char* line, int size) {
   if (queuedLines == 0) return false;
   memcpy(line, lineQueue[0], size_t(size));

@@ -35,9 +35,6 @@ void QueueLine(const char* line);
 // for it: the pause between pages of the help and about texts.
 void WaitForEnter();
 
-// Lines waiting in the queue.
-int QueuedLineCount();
-
 // The main loop's step: writes "Process Queue Line [...]" and moves the oldest line into the
 // dispatch buffer, which it returns; nullptr when the queue is empty. The buffer stays valid
 // while the interpreter polls, until the next call.

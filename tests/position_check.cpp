@@ -98,17 +98,6 @@ std::vector<Move> PseudoLegalMoves(int side) {
   return std::vector<Move>(moves, end);
 }
 
-std::vector<Move> LegalMovesByPlaying(int side) {
-  std::vector<Move> legal;
-  SaveUndo(ScratchPly);
-  for (Move m : PseudoLegalMoves(side)) {
-    MakeMove(m, ScratchPly, side);
-    if (!KingAttacked(side)) legal.push_back(m);
-    UnmakeMove(m, ScratchPly, side);
-  }
-  return legal;
-}
-
 std::vector<std::string> ReadEpdPositions(const std::string& relativePath) {
   std::vector<std::string> fens;
   std::ifstream in(std::string(OSTREL_TEST_DATA) + "/" + relativePath);

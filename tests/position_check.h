@@ -50,9 +50,6 @@ class TestRandom {
 
 // Captures then quiet moves, the order the game and the legal filter use.
 std::vector<Move> PseudoLegalMoves(int side);
-// Pseudo-legal moves that do not leave the mover's king attacked, found by playing each one
-// rather than through GenerateLegal, so the two can be compared.
-std::vector<Move> LegalMovesByPlaying(int side);
 
 // The FEN fields (text before the first ';', trailing blanks dropped) of every line of a file
 // under the test data directory that has a ';'.
