@@ -119,7 +119,6 @@ std::vector<std::string> EditSession(Referee& r, TestRandom& random) {
     if (!KingAttacked(r.engineSide ^ 1)) break;  // the side not to move may not stand in check
   }
   std::vector<std::string> lines = {"edit", "#", "Kz9"};
-  std::string fen;
   for (int colour : {White, Black}) {
     if (colour == Black) lines.push_back("c");
     for (int s = 0; s < 64; s++) {
@@ -131,14 +130,9 @@ std::vector<std::string> EditSession(Referee& r, TestRandom& random) {
     }
   }
   lines.push_back(".");
-  for (int rank = 7; rank >= 0; rank--) {
-    for (int file = 0; file < 8; file++) {
-      const int piece = pos.board[rank * 8 + file];
-      fen += piece == 0 ? '1' : piece > 0 ? "?PNBRQK"[piece] : "?pnbrqk"[-piece];
-    }
-    if (rank) fen += '/';
-  }
-  SetPosition((fen + (r.engineSide == White ? " w" : " b")).c_str());
+  // Edit mode keeps no castling rights or en-passant square: the placement alone, and its side.
+  const std::string epd = PositionToEpd();
+  SetPosition((epd.substr(0, epd.find(' ')) + (r.engineSide == White ? " w" : " b")).c_str());
   r.board = pos;
   r.history.clear();
   r.force = false;

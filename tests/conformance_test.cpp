@@ -91,10 +91,11 @@ const std::vector<Session> sessions = {
     {"GoPlaysOnlyForTheColourLastNamed", {},
      {"> new", "> sd 3", "> go", "> black", "> go", "> white", "> go", "!move *",
       "Process Queue Line [white]", "move *", "> e7e5", "move *"}},
-    // e1g1 would castle through White's own pieces.
+    // e1g1 would castle through White's own pieces; e7e5 is Black's move, and a rejected move
+    // still hands the turn on.
     {"MovesThatCannotBeFoundAreReported", {},
-     {"> new", "> force", "> e2e5", "> e1g1", "Make move : cannot find move 12 36 0",
-      "Make move : cannot find move 4 6 0"}},
+     {"> new", "> force", "> e2e5", "> e1g1", "> e7e5", "Make move : cannot find move 12 36 0",
+      "Make move : cannot find move 4 6 0", "Make move : cannot find move 52 36 0"}},
     // A rejected move still hands the turn on, so the real one comes after a fresh set-up.
     {"PromotionNeedsItsLetterInEitherCase", {},
      Joined({{"> new"}, Edit({"Ke1", "Pe7", "c", "Ka8"}),
