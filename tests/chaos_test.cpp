@@ -8,8 +8,6 @@
 // fixes the choices of commands, though not the point at which a "?" lands in a search.
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -31,11 +29,6 @@ namespace {
 
 using ostrel_test::TestRandom;
 
-#ifdef OSTREL_SANITIZE
-constexpr int StepMs = 120000;
-#else
-constexpr int StepMs = 30000;
-#endif
 // Each engine idles a tenth of a second before it reads: several run at once.
 constexpr int Sessions = 4;
 constexpr int DefaultCommands = 100;  // per session
@@ -317,7 +310,7 @@ std::string AwaitMarker(Session& s) {
     }
     if (s.engine->outputClosed) return "the engine ended";
     const Clock::time_point now = Clock::now();
-    if (now - start > std::chrono::milliseconds(StepMs)) return "no answer to " + marker;
+    if (now - start > std::chrono::milliseconds(EngineReplyMs)) return "no answer to " + marker;
     if (now - lastStop > std::chrono::milliseconds(SlowSearchMs)) {
       SendLine(s, "?");
       lastStop = now;
@@ -325,10 +318,6 @@ std::string AwaitMarker(Session& s) {
   }
   // Everything sent up to the marker has been screened by now, each line echoed once.
   return s.echoSeen >= sentBefore ? "" : "lines lost before " + marker;
-}
-
-bool EndedCleanly(EngineProcess& e) {
-  return WaitForExit(e, StepMs) && WIFEXITED(e.waitStatus) && WEXITSTATUS(e.waitStatus) == 0;
 }
 
 // One session of `commands` generator lines; "" when all went well, else the fault and the tail
@@ -347,7 +336,7 @@ std::string RunSession(uint64_t seed, int commands) {
       // exit ends the process by design, with status 0; a new engine takes over.
       SendLine(s, "exit");
       s.commands++;
-      if (!EndedCleanly(*s.engine)) return "exit did not end the engine with status 0\n" + Tail(*s.engine);
+      if (!ExitedWith(*s.engine, 0)) return "exit did not end the engine with status 0\n" + Tail(*s.engine);
       if (!Start(s)) return "cannot restart the engine";
       continue;
     }
@@ -356,7 +345,7 @@ std::string RunSession(uint64_t seed, int commands) {
     if (!fault.empty()) return fault + " (seed " + std::to_string(seed) + ")\n" + Tail(*s.engine);
   }
   SendLine(s, "quit");
-  return EndedCleanly(*s.engine) ? "" : "quit did not end the engine with status 0\n" + Tail(*s.engine);
+  return ExitedWith(*s.engine, 0) ? "" : "quit did not end the engine with status 0\n" + Tail(*s.engine);
 }
 
 uint64_t EnvironmentNumber(const char* name, uint64_t fallback) {

@@ -7,8 +7,6 @@
 // of the same play is held by uci_test's sessions and clocks.
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
@@ -28,11 +26,6 @@
 
 namespace {
 
-#ifdef OSTREL_SANITIZE
-constexpr int MoveTimeoutMs = 120000;
-#else
-constexpr int MoveTimeoutMs = 30000;
-#endif
 // One game of each pairing of depths; more found nothing new. sd N searches N - 1 plies: quick,
 // yet deep enough to see mates and avoid blunders.
 constexpr int DefaultGames = 3;
@@ -158,7 +151,7 @@ std::string PlayXboardGame(const std::vector<std::string>& opening, const int de
       started[side] = true;
     }
     std::string line;
-    if (!WaitForLine(mover, IsReply, MoveTimeoutMs, &line)) return who + ": no move in time\n" + Tail(mover);
+    if (!WaitForLine(mover, IsReply, EngineReplyMs, &line)) return who + ": no move in time\n" + Tail(mover);
     if (!StartsWith(line, "move "))
       return who + ": claimed \"" + line + "\" in a game that goes on\n" + Tail(mover);
     if (!Play(referee, line.substr(5))) return who + ": illegal " + line + "\n" + Tail(mover);
@@ -168,8 +161,7 @@ std::string PlayXboardGame(const std::vector<std::string>& opening, const int de
   for (EngineProcess& e : engines) {
     Send(e, "result " + referee.result + " {" + referee.reason + "}");
     Send(e, "quit");
-    if (!WaitForExit(e, MoveTimeoutMs) || !WIFEXITED(e.waitStatus) || WEXITSTATUS(e.waitStatus) != 0)
-      return "an engine did not quit cleanly\n" + Tail(e);
+    if (!ExitedWith(e, 0)) return "an engine did not quit cleanly\n" + Tail(e);
   }
   printf("%s by %s after %d plies\n", referee.result.c_str(), referee.reason.c_str(), referee.plies);
   return "";
