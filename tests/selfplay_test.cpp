@@ -19,10 +19,10 @@
 
 #include "board/fen.h"
 #include "board/makemove.h"
-#include "board/movegen.h"
 #include "board/notation.h"
 #include "tests/capture.h"
 #include "tests/engine_process.h"
+#include "tests/referee.h"
 
 namespace {
 
@@ -31,63 +31,15 @@ namespace {
 constexpr int DefaultGames = 3;
 constexpr int GamesAtOnce = 4;
 constexpr int BaseDepth = 4;
-constexpr int MaxPlies = 200;
+constexpr size_t MaxPlies = 200;
 
-// The library plays on one global position; the referees of the parallel games take turns.
-std::mutex boardLock;
-
-struct Referee {
-  Position position;
-  std::vector<std::string> seen;  // positions since the last capture or pawn move, as EPD text
-  int quietPlies = 0;
-  int plies = 0;
-  std::string result;  // "" while the game goes on
-  std::string reason;
-};
-
-void StartReferee(Referee& r) {
-  std::lock_guard<std::mutex> hold(boardLock);
-  r = Referee();
-  SetInitialPosition();
-  r.position = pos;
-  r.seen = {PositionToEpd()};
-}
-
-// Plays `text` ("e2e4", "e7e8q") if it is a legal move and judges the position it leads to. False
-// for an illegal or malformed move, which is left unplayed.
+// The referee's text check: false for an illegal or malformed move, which is left unplayed. A
+// game that goes on past the cap is called off as a draw.
 bool Play(Referee& r, const std::string& text) {
-  std::lock_guard<std::mutex> hold(boardLock);
-  pos = r.position;
-  const int side = pos.sideToMove;
-  Move legal[MaxMoves];
-  Move* end = GenerateLegal(legal, side);
-  Move* found = std::find_if(legal, end, [&](Move m) { return text == CoordinateText(m); });
-  if (found == end) return false;
-  const Move m = *found;
-  SaveUndo(0);
-  MakeMove(m, 0, side);
-  pos.sideToMove = side ^ 1;
-  r.position = pos;
-  r.plies++;
-  r.quietPlies = MovePiece(m) == Pawn || MoveCaptured(m) ? 0 : r.quietPlies + 1;
-  if (!r.quietPlies) r.seen.clear();
-  r.seen.push_back(PositionToEpd());
-
-  const int toMove = side ^ 1;
-  const bool hasMove = GenerateLegal(legal, toMove) != legal;
-  const int minors = pos.typeCount[White][Knight] + pos.typeCount[White][Bishop] +
-                     pos.typeCount[Black][Knight] + pos.typeCount[Black][Bishop];
-  const int others = pos.pawnCount[White] + pos.pawnCount[Black] + pos.typeCount[White][Rook] +
-                     pos.typeCount[Black][Rook] + pos.typeCount[White][Queen] + pos.typeCount[Black][Queen];
-  const char* reason = !hasMove && KingAttacked(toMove) ? "checkmate"
-                       : !hasMove                          ? "stalemate"
-                       : std::count(r.seen.begin(), r.seen.end(), r.seen.back()) >= 3 ? "threefold repetition"
-                       : r.quietPlies >= 100               ? "fifty-move rule"
-                       : others == 0 && minors <= 1        ? "insufficient material"
-                       : r.plies >= MaxPlies               ? "move cap"
-                                                           : "";
-  r.reason = reason;
-  if (*reason) r.result = r.reason == "checkmate" ? (toMove == White ? "0-1" : "1-0") : "1/2-1/2";
+  const Move m = FindLegal(r, text, r.board.sideToMove);
+  if (!m) return false;
+  ::Play(r, m);
+  if (r.result.empty() && r.history.size() >= MaxPlies) r.result = "1/2-1/2", r.reason = "move cap";
   return true;
 }
 
@@ -141,7 +93,7 @@ std::string PlayXboardGame(const std::vector<std::string>& opening, const int de
     for (EngineProcess& e : engines) Send(e, m);
   }
   bool started[2] = {false, false};
-  for (int side = referee.position.sideToMove; referee.result.empty(); side ^= 1) {
+  for (int side = referee.board.sideToMove; referee.result.empty(); side ^= 1) {
     EngineProcess& mover = engines[side];
     const std::string who = (side == White ? "White" : "Black") + std::string(" after ") + moves;
     if (!started[side]) {
@@ -163,7 +115,7 @@ std::string PlayXboardGame(const std::vector<std::string>& opening, const int de
     Send(e, "quit");
     if (!ExitedWith(e, 0)) return "an engine did not quit cleanly\n" + Tail(e);
   }
-  printf("%s by %s after %d plies\n", referee.result.c_str(), referee.reason.c_str(), referee.plies);
+  printf("%s by %s after %d plies\n", referee.result.c_str(), referee.reason.c_str(), int(referee.history.size()));
   return "";
 }
 
