@@ -163,10 +163,12 @@ bool AnyLine(const std::string&) { return true; }
 // The drawing that follows the next `print`, as a FEN placement; "" when none arrives.
 std::string PrintedBoard(EngineProcess& e, std::vector<std::string>& skipped) {
   std::string placement, row, below;
-  if (!WaitForExact(e, "Process Queue Line [print]", EngineReplyMs, &skipped) || !WaitForExact(e, border, EngineReplyMs))
+  if (!WaitForExact(e, "Process Queue Line [print]", EngineReplyMs, &skipped) ||
+      !WaitForExact(e, border, EngineReplyMs))
     return "";
   for (int rank = 0; rank < 8; rank++) {
-    if (!WaitForLine(e, AnyLine, EngineReplyMs, &row) || !WaitForLine(e, AnyLine, EngineReplyMs, &below)) return "";
+    if (!WaitForLine(e, AnyLine, EngineReplyMs, &row) || !WaitForLine(e, AnyLine, EngineReplyMs, &below))
+      return "";
     if (row.size() < 33 || below != border) return "";
     int empty = 0;
     for (int file = 0; file < 8; file++) {

@@ -69,7 +69,8 @@ TEST_F(EpdAnalysis, CountsFilesAndReport) {
   for (const char* text :
        {"Best move found !\npawn hashtable full : ", "\n\nRESULTS :\n\nnodes  = ",
         "positiones searched = 5\n", "best moves identified = 4\n", "  of which were not recognized = 1\n",
-        "  from the rest, best moves found = 2 (66.6667%)\n", "\nhash probes = ", "\npawn scores computed : "})
+        "  from the rest, best moves found = 2 (66.6667%)\n", "\nhash probes = ",
+        "\npawn scores computed : "})
     EXPECT_NE(results.find(text), std::string::npos) << text;
 }
 

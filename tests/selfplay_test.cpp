@@ -115,7 +115,8 @@ std::string PlayXboardGame(const std::vector<std::string>& opening, const int de
     Send(e, "quit");
     if (!ExitedWith(e, 0)) return "an engine did not quit cleanly\n" + Tail(e);
   }
-  printf("%s by %s after %d plies\n", referee.result.c_str(), referee.reason.c_str(), int(referee.history.size()));
+  const size_t plies = referee.history.size();
+  printf("%s by %s after %zu plies\n", referee.result.c_str(), referee.reason.c_str(), plies);
   return "";
 }
 
