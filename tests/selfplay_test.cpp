@@ -11,14 +11,11 @@
 #include <atomic>
 #include <cstdlib>
 #include <fstream>
-#include <mutex>
 #include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "board/fen.h"
-#include "board/makemove.h"
 #include "board/notation.h"
 #include "tests/capture.h"
 #include "tests/engine_process.h"
@@ -47,21 +44,19 @@ bool Play(Referee& r, const std::string& text) {
 std::vector<std::vector<std::string>> LoadOpenings() {
   std::vector<std::vector<std::string>> openings;
   std::ifstream file(OSTREL_TEST_DATA "/openings/selfplay.txt");
-  std::lock_guard<std::mutex> hold(boardLock);
   for (std::string line; std::getline(file, line);) {
     std::istringstream tokens(line);
     std::vector<std::string> moves;
-    SetInitialPosition();
+    Referee r;
+    StartReferee(r);
     for (std::string token; tokens >> token;) {
       if (token.back() == '.') continue;  // move numbers
       Move m = 0;
+      pos = r.board;  // the games have not started: the board is ours alone
       Captured([&] { m = ParseSan(token.c_str(), pos.sideToMove); });  // the reader traces each token
       if (!m) break;
-      moves.push_back(CoordinateText(m));
-      const int side = pos.sideToMove;
-      SaveUndo(0);
-      MakeMove(m, 0, side);
-      pos.sideToMove = side ^ 1;
+      moves.push_back(EngineText(m));
+      ::Play(r, m);
     }
     openings.push_back(moves);
   }
