@@ -8,8 +8,6 @@
 // fixes the choices of commands, though not the point at which a "?" lands in a search.
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -23,19 +21,14 @@
 #include "board/fen.h"
 #include "board/makemove.h"
 #include "board/movegen.h"
-#include "board/notation.h"
 #include "tests/engine_process.h"
 #include "tests/position_check.h"
+#include "tests/referee.h"
 
 namespace {
 
 using ostrel_test::TestRandom;
 
-#ifdef OSTREL_SANITIZE
-constexpr int StepMs = 120000;
-#else
-constexpr int StepMs = 30000;
-#endif
 // Each engine idles a tenth of a second before it reads: several run at once.
 constexpr int Sessions = 4;
 constexpr int DefaultCommands = 100;  // per session
@@ -45,65 +38,31 @@ constexpr int LongGame = 400;         // plies before a new game is likely
 // What the sessions did, for the closing line.
 std::atomic<int> engineMovesChecked{0}, engineStarts{0}, steps{0};
 
-// The library plays on one global position; the sessions' referees take turns with it.
-std::mutex boardLock;
-
-struct Referee {
-  Position board;                 // the game record's position
-  std::vector<Position> history;  // the board before each move of the game record
-  int engineSide = White;         // the interpreter's side: every move line flips it, found or not
+// The referee's game and what the interpreter believes of it.
+struct GameState {
+  Referee game;            // the game record: the board's side plays
+  int engineSide = White;  // the interpreter's side: every move line flips it, found or not
   bool force = false, analyze = false;
 };
 
-// Coordinate text, as the engine writes it; the library's buffer is shared, so one at a time.
-std::string MoveText(Move m) {
-  static std::mutex textLock;
-  std::lock_guard<std::mutex> hold(textLock);
-  return CoordinateText(m);
-}
-
-std::vector<Move> LegalMoves(const Referee& r, int side) {
-  std::lock_guard<std::mutex> hold(boardLock);
-  pos = r.board;
-  Move list[MaxMoves];
-  return std::vector<Move>(list, GenerateLegal(list, side));
-}
-
-// The game record's side: the board's, whatever the interpreter believes.
-void Play(Referee& r, Move m) {
-  std::lock_guard<std::mutex> hold(boardLock);
-  r.history.push_back(r.board);
-  pos = r.board;
-  const int side = pos.sideToMove;
-  SaveUndo(0);
-  MakeMove(m, 0, side);
-  pos.sideToMove = side ^ 1;
-  r.board = pos;
-}
-
 // undo (one half-move, the interpreter's side flipped) and remove (two, the side kept), done
 // only when that many were played.
-bool TakeBack(Referee& r, size_t halfMoves) {
-  if (r.history.size() < halfMoves) return false;
-  r.board = r.history[r.history.size() - halfMoves];
-  r.history.resize(r.history.size() - halfMoves);
+bool TakeBack(GameState& r, size_t halfMoves) {
+  if (!::TakeBack(r.game, halfMoves)) return false;
   if (halfMoves == 1) r.engineSide ^= 1;
   return true;
 }
 
-void NewGame(Referee& r) {
-  std::lock_guard<std::mutex> hold(boardLock);
-  SetInitialPosition();
-  r.board = pos;
-  r.history.clear();
+void NewGame(GameState& r) {
+  StartReferee(r.game);
   r.engineSide = White;
   r.force = false;
 }
 
 // An edit session that sets up the position of a short random game with the interpreter's side
 // to move, as xboard sends it; the referee takes the same position.
-std::vector<std::string> EditSession(Referee& r, TestRandom& random) {
-  std::lock_guard<std::mutex> hold(boardLock);
+std::vector<std::string> EditSession(GameState& r, TestRandom& random) {
+  std::unique_lock<std::mutex> hold(boardLock);
   for (;;) {
     SetInitialPosition();
     const int plies = int(random.Below(60));
@@ -119,7 +78,6 @@ std::vector<std::string> EditSession(Referee& r, TestRandom& random) {
     if (!KingAttacked(r.engineSide ^ 1)) break;  // the side not to move may not stand in check
   }
   std::vector<std::string> lines = {"edit", "#", "Kz9"};
-  std::string fen;
   for (int colour : {White, Black}) {
     if (colour == Black) lines.push_back("c");
     for (int s = 0; s < 64; s++) {
@@ -131,16 +89,10 @@ std::vector<std::string> EditSession(Referee& r, TestRandom& random) {
     }
   }
   lines.push_back(".");
-  for (int rank = 7; rank >= 0; rank--) {
-    for (int file = 0; file < 8; file++) {
-      const int piece = pos.board[rank * 8 + file];
-      fen += piece == 0 ? '1' : piece > 0 ? "?PNBRQK"[piece] : "?pnbrqk"[-piece];
-    }
-    if (rank) fen += '/';
-  }
-  SetPosition((fen + (r.engineSide == White ? " w" : " b")).c_str());
-  r.board = pos;
-  r.history.clear();
+  // Edit mode keeps no castling rights or en-passant square: the placement alone, and its side.
+  const std::string epd = PositionToEpd();
+  hold.unlock();
+  StartReferee(r.game, epd.substr(0, epd.find(' ')) + (r.engineSide == White ? " w" : " b"));
   r.force = false;
   return lines;
 }
@@ -163,31 +115,31 @@ std::string Garbage(TestRandom& random) {
 // the interpreter's side; only the legal one is played. The interpreter looks moves up among the
 // pseudo-legal ones, so a move that leaves its own king attacked would be played there and not
 // here: such text is never sent.
-std::string MoveLine(Referee& r, TestRandom& random) {
-  const std::vector<Move> legal = LegalMoves(r, r.board.sideToMove);
+std::string MoveLine(GameState& r, TestRandom& random) {
+  const std::vector<Move> legal = LegalMoves(r.game, r.game.board.sideToMove);
   std::vector<Move> found;
   {
     std::lock_guard<std::mutex> hold(boardLock);
-    pos = r.board;
+    pos = r.game.board;
     Move list[MaxMoves];
     found.assign(list, GenerateQuiet(GenerateCaptures(list, pos.sideToMove), pos.sideToMove));
   }
   r.engineSide ^= 1;
   if (!legal.empty() && random.Below(5) != 0) {
     const Move m = legal[random.Below(uint32_t(legal.size()))];
-    Play(r, m);
-    return MoveText(m);
+    Play(r.game, m);
+    return EngineText(m);
   }
   for (;;) {
     std::string text = {char('a' + random.Below(8)), char('1' + random.Below(8)), char('a' + random.Below(8)),
                         char('1' + random.Below(8))};
     if (random.Below(4) == 0) text += "qrbn"[random.Below(4)];
-    if (std::none_of(found.begin(), found.end(), [&](Move m) { return MoveText(m) == text; })) return text;
+    if (std::none_of(found.begin(), found.end(), [&](Move m) { return EngineText(m) == text; })) return text;
   }
 }
 
 // A command that starts no search in the state the referee is in, its effect on the referee made.
-std::string QuietCommand(Referee& r, TestRandom& random) {
+std::string QuietCommand(GameState& r, TestRandom& random) {
   for (;;) {
     switch (random.Below(22)) {
       case 0: return "sd " + std::to_string(1 + random.Below(5));
@@ -227,8 +179,8 @@ std::string QuietCommand(Referee& r, TestRandom& random) {
 
 // The step's last command, which may start a search; the referee takes its effect. Empty for
 // exit, which the caller handles.
-std::vector<std::string> FinalCommand(Referee& r, TestRandom& random) {
-  if (r.history.size() > size_t(LongGame) && random.Below(4) == 0) {
+std::vector<std::string> FinalCommand(GameState& r, TestRandom& random) {
+  if (r.game.history.size() > size_t(LongGame) && random.Below(4) == 0) {
     NewGame(r);
     return {"new"};
   }
@@ -257,7 +209,7 @@ std::vector<std::string> FinalCommand(Referee& r, TestRandom& random) {
 
 struct Session {
   std::unique_ptr<EngineProcess> engine;
-  Referee referee;
+  GameState referee;
   TestRandom random;
   int commands = 0;     // lines the generator sent
   int linesSent = 0;    // every line written, stops and markers included
@@ -277,21 +229,20 @@ bool Start(Session& s) {
   if (!StartEngine(*s.engine)) return false;
   s.linesSent = 0;
   s.echoSeen = 0;
-  s.referee = Referee();
+  s.referee = GameState();
   NewGame(s.referee);
   return SendLine(s, "xboard") && SendLine(s, "sd 3");
 }
 
 // Checks a move the engine announced or hinted: legal for the interpreter's side on the board.
 std::string CheckEngineMove(Session& s, const std::string& text, bool played) {
-  Referee& r = s.referee;
-  const std::vector<Move> legal = LegalMoves(r, r.engineSide);
-  const auto m = std::find_if(legal.begin(), legal.end(), [&](Move x) { return MoveText(x) == text; });
-  if (m == legal.end()) return "illegal move " + text;
+  GameState& r = s.referee;
+  const Move m = FindLegal(r.game, text, r.engineSide);
+  if (!m) return "illegal move " + text;
   engineMovesChecked++;
   if (!played) return "";
   // The game record plays it only when the interpreter's side is also the board's.
-  if (r.engineSide == r.board.sideToMove) Play(r, *m);
+  if (r.engineSide == r.game.board.sideToMove) Play(r.game, m);
   r.engineSide ^= 1;
   return "";
 }
@@ -323,7 +274,7 @@ std::string AwaitMarker(Session& s) {
     }
     if (s.engine->outputClosed) return "the engine ended";
     const Clock::time_point now = Clock::now();
-    if (now - start > std::chrono::milliseconds(StepMs)) return "no answer to " + marker;
+    if (now - start > std::chrono::milliseconds(EngineReplyMs)) return "no answer to " + marker;
     if (now - lastStop > std::chrono::milliseconds(SlowSearchMs)) {
       SendLine(s, "?");
       lastStop = now;
@@ -331,10 +282,6 @@ std::string AwaitMarker(Session& s) {
   }
   // Everything sent up to the marker has been screened by now, each line echoed once.
   return s.echoSeen >= sentBefore ? "" : "lines lost before " + marker;
-}
-
-bool EndedCleanly(EngineProcess& e) {
-  return WaitForExit(e, StepMs) && WIFEXITED(e.waitStatus) && WEXITSTATUS(e.waitStatus) == 0;
 }
 
 // One session of `commands` generator lines; "" when all went well, else the fault and the tail
@@ -353,7 +300,7 @@ std::string RunSession(uint64_t seed, int commands) {
       // exit ends the process by design, with status 0; a new engine takes over.
       SendLine(s, "exit");
       s.commands++;
-      if (!EndedCleanly(*s.engine)) return "exit did not end the engine with status 0\n" + Tail(*s.engine);
+      if (!ExitedWith(*s.engine, 0)) return "exit did not end the engine with status 0\n" + Tail(*s.engine);
       if (!Start(s)) return "cannot restart the engine";
       continue;
     }
@@ -362,7 +309,7 @@ std::string RunSession(uint64_t seed, int commands) {
     if (!fault.empty()) return fault + " (seed " + std::to_string(seed) + ")\n" + Tail(*s.engine);
   }
   SendLine(s, "quit");
-  return EndedCleanly(*s.engine) ? "" : "quit did not end the engine with status 0\n" + Tail(*s.engine);
+  return ExitedWith(*s.engine, 0) ? "" : "quit did not end the engine with status 0\n" + Tail(*s.engine);
 }
 
 uint64_t EnvironmentNumber(const char* name, uint64_t fallback) {

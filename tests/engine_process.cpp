@@ -140,6 +140,10 @@ bool WaitForExit(EngineProcess& e, int timeoutMs) {
   return true;
 }
 
+bool ExitedWith(EngineProcess& e, int status, int timeoutMs) {
+  return WaitForExit(e, timeoutMs) && WIFEXITED(e.waitStatus) && WEXITSTATUS(e.waitStatus) == status;
+}
+
 void StopEngine(EngineProcess& e) {
   Reap(e, false);
   if (e.pid > 0 && !e.exited) {

@@ -1,7 +1,7 @@
 // Files that never lose data: a book build that cannot finish (no permission, no room, a cut
-// temporary file) says why and leaves the book it found in place, learn.bin that cannot be
-// written costs nothing but the saving, and a short index is refused. Root may write anywhere,
-// so "cannot be written" is made with a directory standing where the file would go.
+// temporary file) says why and leaves the book it found in place, and learn.bin that cannot be
+// written costs nothing but the saving. Root may write anywhere, so "cannot be written" is made
+// with a directory standing where the file would go.
 #include <gtest/gtest.h>
 
 #include <signal.h>
@@ -114,17 +114,6 @@ TEST_F(FileSafety, UnwritableLearnBinKeepsTheBookInMemoryAndLearnTxt) {
   EXPECT_EQ(ReadFile("learn.txt"), text);
   ClearMasterBook();
   rmdir("learn.bin.part");
-}
-
-TEST_F(FileSafety, ShortIndexIsRefused) {
-  BuildGoodBook();
-  for (const std::string& index :
-       {goodIndex.substr(0, 100), goodIndex.substr(0, goodIndex.size() - 1), std::string()}) {
-    WriteFile("index.dat", index);
-    EXPECT_EQ(Captured([] { OpenBook("book.bin", "index.dat"); }), "Index file size isn't right\n")
-        << index.size();
-    EXPECT_EQ(openingBook.bookFile, nullptr);
-  }
 }
 
 }  // namespace

@@ -183,30 +183,6 @@ TEST_F(GameHistory, PlayAndTakeBackRestoreThePositionAndTheAge) {
   EXPECT_EQ(DiffPositions(start, pos), "");
 }
 
-// Catches a game move matched on squares alone (wrong side, missing or impossible promotion
-// piece) and a promotion to another piece than the one named.
-TEST_F(GameHistory, UnknownMovesAreReportedAndNotPlayed) {
-  const struct { const char* fen; int from, to, promotion; const char* report; } cases[] = {
-      {"rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq -", E2, E4, 0, "cannot find move 12 28 0"},
-      {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -", E7, E5, 0, "cannot find move 52 36 0"},
-      {"4k3/1P6/8/8/8/8/8/4K3 w - -", B7, B8, 0, "cannot find move 49 57 0"},
-      {"4k3/1P6/8/8/8/8/8/4K3 w - -", B7, B8, King, "cannot find move 49 57 6"},
-  };
-  for (const auto& c : cases) {
-    StartGame(c.fen);
-    const Position before = SnapshotPosition();
-    bool played = true;
-    EXPECT_EQ(Play(c.from, c.to, c.promotion, played), std::string("Make move : ") + c.report + "\n");
-    EXPECT_FALSE(played) << c.report;
-    EXPECT_EQ(gameRecord.moveCount, 0);
-    EXPECT_EQ(DiffPositions(before, pos), "") << c.report;
-  }
-  bool played = false;
-  Play(B7, B8, Knight, played);
-  ASSERT_TRUE(played);
-  EXPECT_EQ(pos.board[B8], Knight);
-}
-
 // Catches repetitions missed or found where there are none, and game moves and take-backs
 // whose pushes and pops of the repetition list do not pair up.
 TEST_F(GameHistory, ReturningToAnEarlierPositionIsARepetition) {

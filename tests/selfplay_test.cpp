@@ -1,151 +1,62 @@
-// Two engine processes play whole games against each other, through xboard or as a UCI GUI holds
-// them, with a referee in between that knows the rules from the engine library: every move an
-// engine sends must be legal, and the referee alone decides when a game is over. The xboard games
-// run side by side, since an engine idles up to a tenth of a second before it reads each move.
-// OSTREL_SELFPLAY_GAMES asks for another number of xboard games (up to one per opening).
+// Two engine processes play whole games against each other through xboard, with a referee in
+// between that knows the rules from the engine library: every move an engine sends must be legal,
+// and the referee alone decides when a game is over. The engines' own result claims check the
+// referee in turn: an end it missed shows up as a claim in a game that goes on. The games run
+// side by side, since an engine idles up to a tenth of a second before it reads each move.
+// OSTREL_SELFPLAY_GAMES asks for another number of games (up to one per opening). The UCI side
+// of the same play is held by uci_test's sessions and clocks.
 #include <gtest/gtest.h>
-
-#include <sys/wait.h>
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <cstdlib>
 #include <fstream>
-#include <mutex>
 #include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "board/fen.h"
-#include "board/makemove.h"
-#include "board/movegen.h"
 #include "board/notation.h"
 #include "tests/capture.h"
 #include "tests/engine_process.h"
+#include "tests/referee.h"
 
 namespace {
 
-#ifdef OSTREL_SANITIZE
-constexpr int MoveTimeoutMs = 120000;
-#else
-constexpr int MoveTimeoutMs = 30000;
-#endif
 // One game of each pairing of depths; more found nothing new. sd N searches N - 1 plies: quick,
 // yet deep enough to see mates and avoid blunders.
 constexpr int DefaultGames = 3;
 constexpr int GamesAtOnce = 4;
 constexpr int BaseDepth = 4;
-constexpr int MaxPlies = 200;
+constexpr size_t MaxPlies = 200;
 
-// The library plays on one global position; the referees of the parallel games take turns.
-std::mutex boardLock;
-
-struct Referee {
-  Position position;
-  std::vector<std::string> seen;  // positions since the last capture or pawn move, as EPD text
-  int quietPlies = 0;
-  int plies = 0;
-  std::string result;  // "" while the game goes on
-  std::string reason;
-};
-
-void StartReferee(Referee& r) {
-  std::lock_guard<std::mutex> hold(boardLock);
-  r = Referee();
-  SetInitialPosition();
-  r.position = pos;
-  r.seen = {PositionToEpd()};
-}
-
-// Plays `text` ("e2e4", "e7e8q") if it is a legal move and judges the position it leads to. False
-// for an illegal or malformed move, which is left unplayed.
+// The referee's text check: false for an illegal or malformed move, which is left unplayed. A
+// game that goes on past the cap is called off as a draw.
 bool Play(Referee& r, const std::string& text) {
-  std::lock_guard<std::mutex> hold(boardLock);
-  pos = r.position;
-  const int side = pos.sideToMove;
-  Move legal[MaxMoves];
-  Move* end = GenerateLegal(legal, side);
-  Move* found = std::find_if(legal, end, [&](Move m) { return text == CoordinateText(m); });
-  if (found == end) return false;
-  const Move m = *found;
-  SaveUndo(0);
-  MakeMove(m, 0, side);
-  pos.sideToMove = side ^ 1;
-  r.position = pos;
-  r.plies++;
-  r.quietPlies = MovePiece(m) == Pawn || MoveCaptured(m) ? 0 : r.quietPlies + 1;
-  if (!r.quietPlies) r.seen.clear();
-  r.seen.push_back(PositionToEpd());
-
-  const int toMove = side ^ 1;
-  const bool hasMove = GenerateLegal(legal, toMove) != legal;
-  const int minors = pos.typeCount[White][Knight] + pos.typeCount[White][Bishop] +
-                     pos.typeCount[Black][Knight] + pos.typeCount[Black][Bishop];
-  const int others = pos.pawnCount[White] + pos.pawnCount[Black] + pos.typeCount[White][Rook] +
-                     pos.typeCount[Black][Rook] + pos.typeCount[White][Queen] + pos.typeCount[Black][Queen];
-  const char* reason = !hasMove && KingAttacked(toMove) ? "checkmate"
-                       : !hasMove                          ? "stalemate"
-                       : std::count(r.seen.begin(), r.seen.end(), r.seen.back()) >= 3 ? "threefold repetition"
-                       : r.quietPlies >= 100               ? "fifty-move rule"
-                       : others == 0 && minors <= 1        ? "insufficient material"
-                       : r.plies >= MaxPlies               ? "move cap"
-                                                           : "";
-  r.reason = reason;
-  if (*reason) r.result = r.reason == "checkmate" ? (toMove == White ? "0-1" : "1-0") : "1/2-1/2";
+  const Move m = FindLegal(r, text, r.board.sideToMove);
+  if (!m) return false;
+  ::Play(r, m);
+  if (r.result.empty() && r.history.size() >= MaxPlies) r.result = "1/2-1/2", r.reason = "move cap";
   return true;
-}
-
-// The referee is what makes the games a test: it must refuse what is illegal and see every end.
-TEST(SelfPlay, RefereeKnowsTheRules) {
-  const struct {
-    std::vector<std::string> moves;  // all but the last are legal and end nothing
-    bool legal;
-    const char* reason;  // why the last move ends the game, "" for not
-  } cases[] = {
-      {{"e2e5"}, false, ""},
-      {{"e7e5"}, false, ""},  // not Black's turn
-      {{"e1g1"}, false, ""},
-      {{"f2f3", "e7e5", "g2g4", "d8h4"}, true, "checkmate"},
-      // The shortest known stalemate, after 1. e3 a5 2. Qh5 Ra6 3. Qxa5 h5 ...
-      {{"e2e3", "a7a5", "d1h5", "a8a6", "h5a5", "h7h5", "h2h4", "a6h6", "a5c7", "f7f6", "c7d7", "e8f7",
-        "d7b7", "d8d3", "b7b8", "d3h7", "b8c8", "f7g6", "c8e6"},
-       true, "stalemate"},
-      // The start position comes back after four and eight plies; the third time ends the game.
-      {{"g1f3", "g8f6", "f3g1", "f6g8", "g1f3", "g8f6", "f3g1", "f6g8"}, true, "threefold repetition"},
-      // A pawn that reaches the last rank names its piece.
-      {{"h2h4", "g7g5", "h4g5", "h7h6", "g5h6", "f8g7", "h6g7", "g8f6", "g7h8"}, false, ""},
-      {{"h2h4", "g7g5", "h4g5", "h7h6", "g5h6", "f8g7", "h6g7", "g8f6", "g7h8n"}, true, ""},
-  };
-  for (const auto& c : cases) {
-    Referee r;
-    StartReferee(r);
-    for (size_t i = 0; i + 1 < c.moves.size(); i++) ASSERT_TRUE(Play(r, c.moves[i]) && r.result.empty()) << i;
-    EXPECT_EQ(c.legal, Play(r, c.moves.back())) << c.moves.back();
-    EXPECT_EQ(c.reason, r.reason) << c.moves.back();
-  }
 }
 
 // The openings in coordinate notation: one SAN line each, read with the library's own parser.
 std::vector<std::vector<std::string>> LoadOpenings() {
   std::vector<std::vector<std::string>> openings;
   std::ifstream file(OSTREL_TEST_DATA "/openings/selfplay.txt");
-  std::lock_guard<std::mutex> hold(boardLock);
   for (std::string line; std::getline(file, line);) {
     std::istringstream tokens(line);
     std::vector<std::string> moves;
-    SetInitialPosition();
+    Referee r;
+    StartReferee(r);
     for (std::string token; tokens >> token;) {
       if (token.back() == '.') continue;  // move numbers
       Move m = 0;
+      pos = r.board;  // the games have not started: the board is ours alone
       Captured([&] { m = ParseSan(token.c_str(), pos.sideToMove); });  // the reader traces each token
       if (!m) break;
-      moves.push_back(CoordinateText(m));
-      const int side = pos.sideToMove;
-      SaveUndo(0);
-      MakeMove(m, 0, side);
-      pos.sideToMove = side ^ 1;
+      moves.push_back(EngineText(m));
+      ::Play(r, m);
     }
     openings.push_back(moves);
   }
@@ -177,7 +88,7 @@ std::string PlayXboardGame(const std::vector<std::string>& opening, const int de
     for (EngineProcess& e : engines) Send(e, m);
   }
   bool started[2] = {false, false};
-  for (int side = referee.position.sideToMove; referee.result.empty(); side ^= 1) {
+  for (int side = referee.board.sideToMove; referee.result.empty(); side ^= 1) {
     EngineProcess& mover = engines[side];
     const std::string who = (side == White ? "White" : "Black") + std::string(" after ") + moves;
     if (!started[side]) {
@@ -187,7 +98,7 @@ std::string PlayXboardGame(const std::vector<std::string>& opening, const int de
       started[side] = true;
     }
     std::string line;
-    if (!WaitForLine(mover, IsReply, MoveTimeoutMs, &line)) return who + ": no move in time\n" + Tail(mover);
+    if (!WaitForLine(mover, IsReply, EngineReplyMs, &line)) return who + ": no move in time\n" + Tail(mover);
     if (!StartsWith(line, "move "))
       return who + ": claimed \"" + line + "\" in a game that goes on\n" + Tail(mover);
     if (!Play(referee, line.substr(5))) return who + ": illegal " + line + "\n" + Tail(mover);
@@ -197,10 +108,10 @@ std::string PlayXboardGame(const std::vector<std::string>& opening, const int de
   for (EngineProcess& e : engines) {
     Send(e, "result " + referee.result + " {" + referee.reason + "}");
     Send(e, "quit");
-    if (!WaitForExit(e, MoveTimeoutMs) || !WIFEXITED(e.waitStatus) || WEXITSTATUS(e.waitStatus) != 0)
-      return "an engine did not quit cleanly\n" + Tail(e);
+    if (!ExitedWith(e, 0)) return "an engine did not quit cleanly\n" + Tail(e);
   }
-  printf("%s by %s after %d plies\n", referee.result.c_str(), referee.reason.c_str(), referee.plies);
+  const size_t plies = referee.history.size();
+  printf("%s by %s after %zu plies\n", referee.result.c_str(), referee.reason.c_str(), plies);
   return "";
 }
 
@@ -223,39 +134,6 @@ TEST(SelfPlay, XboardGamesAreLegalToTheEnd) {
     });
   for (std::thread& p : players) p.join();
   for (int g = 0; g < games; g++) EXPECT_EQ("", faults[g]) << "game " << g + 1;
-}
-
-// Each side gets the whole game so far and its clock, and must answer legally within that clock.
-// The engine spends its whole clock, so the game lasts both clocks and the increments.
-TEST(SelfPlay, UciGameIsLegalAndWithinTheClock) {
-  typedef std::chrono::steady_clock Clock;
-  constexpr int IncrementMs = 50;
-  EngineProcess engines[2];
-  for (EngineProcess& e : engines) {
-    ASSERT_TRUE(StartEngine(e));
-    ASSERT_TRUE(Send(e, "uci") && WaitForExact(e, "uciok", MoveTimeoutMs) && Send(e, "ucinewgame"));
-  }
-  double clocks[2] = {2000, 2000};  // [Black], [White]
-  std::string moves;
-  Referee referee;
-  StartReferee(referee);
-  for (int ply = 0; ply < 60 && referee.result.empty(); ply++) {
-    const int side = referee.position.sideToMove;
-    EngineProcess& e = engines[ply % 2];
-    char go[96];
-    snprintf(go, sizeof go, "go wtime %d btime %d winc %d binc %d", int(clocks[White]), int(clocks[Black]),
-             IncrementMs, IncrementMs);
-    ASSERT_TRUE(Send(e, "position startpos" + (moves.empty() ? "" : " moves" + moves)));
-    const Clock::time_point sent = Clock::now();
-    std::string reply;
-    ASSERT_TRUE(Send(e, go) && WaitForPrefix(e, "bestmove ", MoveTimeoutMs, &reply)) << Tail(e);
-    clocks[side] -= std::chrono::duration<double, std::milli>(Clock::now() - sent).count();
-    ASSERT_GT(clocks[side], 0) << "lost on time at ply " << ply << ": " << go;
-    clocks[side] += IncrementMs;
-    const std::string text = reply.substr(9, reply.find(' ', 9) - 9);
-    ASSERT_TRUE(Play(referee, text)) << "illegal " << text << " after" << moves;
-    moves += " " + text;
-  }
 }
 
 }  // namespace

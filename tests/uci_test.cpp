@@ -17,7 +17,6 @@
 
 namespace {
 
-constexpr int ReplyMs = 15000;
 // What "stop answers within 50 ms" is held to; the sanitizers slow the search tenfold.
 #ifdef OSTREL_SANITIZE
 constexpr double StopMs = 250;
@@ -40,7 +39,7 @@ class Uci : public testing::Test {
   void SetUp() override {
     ASSERT_TRUE(StartEngine(engine));
     Send("uci");
-    ASSERT_TRUE(WaitForExact(engine, "uciok", ReplyMs)) << Tail(engine);
+    ASSERT_TRUE(WaitForExact(engine, "uciok", EngineReplyMs)) << Tail(engine);
   }
 
   void TearDown() override {
@@ -55,7 +54,7 @@ class Uci : public testing::Test {
   std::string BestMove(const std::string& go, std::vector<std::string>* before = nullptr) {
     Send(go);
     std::string line;
-    EXPECT_TRUE(WaitForPrefix(engine, "bestmove ", ReplyMs, &line, before)) << "no bestmove for " << go;
+    EXPECT_TRUE(WaitForPrefix(engine, "bestmove ", EngineReplyMs, &line, before)) << "no bestmove for " << go;
     return line.substr(9, line.find(' ', 9) - 9);
   }
 
@@ -76,7 +75,7 @@ TEST_F(Uci, SessionWritesNoXboardTraces) {
   Send("position startpos moves e2e4");
   BestMove("go depth 4");
   Send("isready");
-  ASSERT_TRUE(WaitForExact(engine, "readyok", ReplyMs));
+  ASSERT_TRUE(WaitForExact(engine, "readyok", EngineReplyMs));
   std::vector<std::string> session;
   bool started = false;
   for (const std::string& l : engine.lines) {
@@ -127,12 +126,12 @@ TEST_F(Uci, StopPonderhitAndIsreadyActWhileSearching) {
     double fastest = 1e9;
     for (int i = 0; i < Tries; i++) {
       Send(go);
-      ASSERT_TRUE(WaitForPrefix(engine, "info depth 6", ReplyMs)) << go;
+      ASSERT_TRUE(WaitForPrefix(engine, "info depth 6", EngineReplyMs)) << go;
       Send("isready");
-      ASSERT_TRUE(WaitForExact(engine, "readyok", ReplyMs)) << go;
+      ASSERT_TRUE(WaitForExact(engine, "readyok", EngineReplyMs)) << go;
       const auto sent = Clock::now();
       Send("stop");
-      ASSERT_TRUE(WaitForPrefix(engine, "bestmove ", ReplyMs)) << go;
+      ASSERT_TRUE(WaitForPrefix(engine, "bestmove ", EngineReplyMs)) << go;
       fastest = std::min(fastest, MsSince(sent));
     }
     EXPECT_LT(fastest, StopMs) << go;
@@ -143,7 +142,7 @@ TEST_F(Uci, StopPonderhitAndIsreadyActWhileSearching) {
   EXPECT_FALSE(WaitForPrefix(engine, "bestmove ", 500, nullptr, &before));
   const auto hit = Clock::now();
   Send("ponderhit");
-  ASSERT_TRUE(WaitForPrefix(engine, "bestmove ", ReplyMs));
+  ASSERT_TRUE(WaitForPrefix(engine, "bestmove ", EngineReplyMs));
   EXPECT_LT(MsSince(hit), 1000);
 }
 

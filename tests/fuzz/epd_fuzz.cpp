@@ -4,11 +4,6 @@
 #include "shell/settings.h"
 #include "tests/fuzz/fuzz.h"
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  StartFuzzing();
-  return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   WriteFuzzFile("suite.epd", data, size);
   settings.epdOutput = size % 2 == 1;

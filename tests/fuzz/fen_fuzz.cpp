@@ -11,11 +11,6 @@
 #include "board/movegen.h"
 #include "tests/fuzz/fuzz.h"
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  StartFuzzing();
-  return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   SetPosition(FuzzText(data, size));
   const std::string written = PositionToEpd();

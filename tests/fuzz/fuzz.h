@@ -1,13 +1,11 @@
-// What every harness sets up once before its first input, and the one way harnesses hand bytes
-// to code that reads files by name.
+// What every harness shares: the set-up before its first input (fuzz.cpp defines the libFuzzer
+// initialiser: the engine's chatter to /dev/null, a scratch directory of the harness's own,
+// removed at exit, and the engine's tables built in the start-up order), and the one way
+// harnesses hand bytes to code that reads files by name.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-
-// Sends the engine's chatter to /dev/null, moves into a scratch directory of the harness's own
-// (removed at exit) and builds the tables the engine needs, in the start-up order.
-void StartFuzzing();
 
 // The bytes as the whole content of `name`, in the scratch directory.
 void WriteFuzzFile(const char* name, const uint8_t* data, size_t size);

@@ -10,11 +10,6 @@
 #include "book/master.h"
 #include "tests/fuzz/fuzz.h"
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  StartFuzzing();
-  return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
   remove("learn.bin");

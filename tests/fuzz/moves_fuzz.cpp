@@ -13,11 +13,6 @@
 #include "shell/interpreter.h"
 #include "tests/fuzz/fuzz.h"
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  StartFuzzing();
-  return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   char* text = const_cast<char*>(FuzzText(data, size));
   char* line = strtok(text, "\n");

@@ -7,11 +7,6 @@
 #include "book/builder.h"
 #include "tests/fuzz/fuzz.h"
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  StartFuzzing();
-  return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   WriteFuzzFile("games.pgn", data, size);
   PgnToTemp("games.pgn", "temp.dat", 12);

@@ -22,11 +22,6 @@ constexpr size_t HeaderBytes = 10;
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  StartFuzzing();
-  return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < HeaderBytes) return 0;
   static std::vector<uint8_t> index;

@@ -38,13 +38,8 @@ void SleepMilliseconds(int) {}
 void DeleteFileQuietly(const char* name) { remove(name); }
 bool MoveFileIntoPlace(const char* from, const char* to) { return rename(from, to) == 0; }
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  StartFuzzing();
-  inputPoll = PollInput;
-  return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  inputPoll = PollInput;
   // quit and exit end the process by design; without a q or an x no line can spell them.
   // (Edit mode and promotions read their letters in either case.)
   script.assign(data, data + size);

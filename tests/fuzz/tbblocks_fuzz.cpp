@@ -21,11 +21,6 @@ std::vector<uint8_t> cache(TablebaseCacheBytes);
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  StartFuzzing();
-  return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < HeaderBytes) return 0;
   // kpk has ten or eleven blocks, the others three or four.

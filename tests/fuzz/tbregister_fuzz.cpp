@@ -24,46 +24,30 @@ constexpr size_t HeaderBytes = 2;
 const char pieceLetters[] = "pnbrq";
 
 // The man on `square` (0 a8 .. 63 h1), the white king on a1 and the black one on h8, as White's
-// man or turned over as Black's (the side to move is the probe's to choose); null when the square is taken or a pawn would stand on an end rank.
+// man or turned over as Black's (the side to move is the probe's to choose); null when the square
+// is taken or a pawn would stand on an end rank.
 const char* Placement(int piece, int square, bool black) {
-  static char fen[96];
-  int rank = square / 8, file = square % 8;
+  static std::string fen;
+  const int rank = black ? 7 - square / 8 : square / 8, file = square % 8;
   if (piece == 0 && (rank == 0 || rank == 7)) return nullptr;
-  if (black) rank = 7 - rank;
-  char board[8][8];
-  memset(board, 0, sizeof board);
-  board[7][0] = black ? 'k' : 'K';
-  board[0][7] = black ? 'K' : 'k';
-  if (board[rank][file]) return nullptr;
-  board[rank][file] = black ? pieceLetters[piece] : char(pieceLetters[piece] - 'a' + 'A');
-  char* out = fen;
-  for (int r = 0; r < 8; r++) {
-    for (int f = 0, empty = 0; f < 8; f++) {
-      if (board[r][f]) {
-        if (empty) *out++ = char('0' + empty);
-        empty = 0;
-        *out++ = board[r][f];
-      } else if (++empty, f == 7) {
-        *out++ = char('0' + empty);
-      }
-    }
-    *out++ = r < 7 ? '/' : ' ';
-  }
-  strcpy(out, black ? "w - -" : "b - -");
-  return fen;
+  std::string board(64, '1');  // a run of ones reads as the empty squares they stand for
+  board[56] = black ? 'k' : 'K';
+  board[7] = black ? 'K' : 'k';
+  char& man = board[rank * 8 + file];
+  if (man != '1') return nullptr;
+  man = black ? pieceLetters[piece] : char(pieceLetters[piece] - 'a' + 'A');
+  fen.clear();
+  for (int r = 0; r < 8; r++) fen += board.substr(r * 8, 8) + (r < 7 ? "/" : " ");
+  fen += black ? "w - -" : "b - -";
+  return fen.c_str();
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  StartFuzzing();
-  static std::vector<uint8_t> cache(TablebaseCacheBytes);
-  SetTablebaseCache(cache.data(), cache.size());
-  return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < HeaderBytes) return 0;
+  static std::vector<uint8_t> cache(TablebaseCacheBytes);
+  SetTablebaseCache(cache.data(), cache.size());
   const int piece = data[0] % 5, side = data[0] / 5 % 2, form = data[0] / 10 % 3;
   const TableDescriptor& t = tableCatalogue[piece + 1];
   std::string name = std::string(t.name) + (side == 0 ? ".nbw" : ".nbb");
