@@ -6,6 +6,7 @@
 #include "board/keys.h"
 #include "board/output.h"
 #include "board/position.h"
+#include "board/positionok.h"
 #include "board/psqscore.h"
 
 Position pos;
@@ -145,6 +146,7 @@ void SetPosition(const char* text) {
   for (int side = Black; side <= White; side++)
     for (int type = Pawn; type <= Queen; type++) pos.typeCount[side][type] = PopCount(pos.pieces[side][pieceSlot[type]]);
   ComputeKeys();
+  OSTREL_NOTE_POSITION_SET();
 }
 
 void SetInitialPosition() {

@@ -119,7 +119,10 @@ const char* PositionFault(int sideToMove) {
   return fault;
 }
 
+bool positionTrusted = true;
+
 void AssertPositionOk() {
+  if (!positionTrusted) return;
   if (PopCount(pos.pieces[White][KingSlot]) != 1 || PopCount(pos.pieces[Black][KingSlot]) != 1) return;
   if (PositionOk(AnySide)) return;
   fprintf(stderr, "PositionOk: %s\n", fault);
