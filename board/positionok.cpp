@@ -121,9 +121,14 @@ const char* PositionFault(int sideToMove) {
 
 bool positionTrusted = true;
 
+static bool OneKingEach() {
+  return PopCount(pos.pieces[White][KingSlot]) == 1 && PopCount(pos.pieces[Black][KingSlot]) == 1;
+}
+
+void NotePositionSet() { positionTrusted = OneKingEach() && PositionOk(AnySide); }
+
 void AssertPositionOk() {
-  if (!positionTrusted) return;
-  if (PopCount(pos.pieces[White][KingSlot]) != 1 || PopCount(pos.pieces[Black][KingSlot]) != 1) return;
+  if (!positionTrusted || !OneKingEach()) return;
   if (PositionOk(AnySide)) return;
   fprintf(stderr, "PositionOk: %s\n", fault);
   abort();

@@ -23,17 +23,18 @@ inline bool PositionOk(int sideToMove) { return !*PositionFault(sideToMove); }
 // text names no move, and a search may be started for either side.
 void AssertPositionOk();
 
-// Whether the position was consistent when it was last set from text. Make and unmake are held
-// to keeping a consistent position consistent; a board decoded from broken text, which the
-// decoder takes as best it can, is not theirs to repair, so the check leaves such a game alone.
+// Whether the position was consistent, with one king a side, when it was last set from text.
+// Make and unmake are held to keeping such a position consistent. A board decoded from broken
+// text, which the decoder takes as best it can, is not theirs to repair; nor is one with two
+// kings of a colour, whose king square goes stale when the search captures one of them.
 extern bool positionTrusted;
+void NotePositionSet();
 
-// Debug and sanitizer builds check the position after every make and unmake; Release pays
-// nothing for it. The fuzz build leaves it out: its harnesses search boards made from arbitrary
-// text, where the check still fires on games it cannot yet tell from a make/unmake fault.
-#if !defined(NDEBUG) || (defined(OSTREL_SANITIZE) && !defined(OSTREL_FUZZ))
+// Debug and sanitizer builds (the fuzz build among them) check the position after every make and
+// unmake; Release pays nothing for it.
+#if !defined(NDEBUG) || defined(OSTREL_SANITIZE)
 #define OSTREL_CHECK_POSITION() AssertPositionOk()
-#define OSTREL_NOTE_POSITION_SET() (positionTrusted = PositionOk(AnySide))
+#define OSTREL_NOTE_POSITION_SET() NotePositionSet()
 #else
 #define OSTREL_CHECK_POSITION() ((void)0)
 #define OSTREL_NOTE_POSITION_SET() ((void)0)
