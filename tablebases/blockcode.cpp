@@ -217,38 +217,54 @@ void PutCodeLengths(BitWriter& w, const uint8_t* lengths) {
 
 uint32_t Hash(const uint8_t* p) { return (uint32_t(p[0]) << 16 | uint32_t(p[1]) << 8 | p[2]) * 2654435761u >> (32 - HashBits); }
 
-// Greedy LZ77 over the block: at each entry the longest earlier match among the candidates of
-// its hash chain, when it is at least ShortestMatch long.
+// The hash chains of the block being parsed: every position below `chained` is on its chain.
+struct MatchFinder {
+  const uint8_t* in;
+  uint32_t entries, chained;
+  int head[1 << HashBits], previous[TableBlockBytes];
+};
+
+// The longest earlier match at `at` among the candidates of its chain, once the chains reach it.
+uint32_t LongestMatch(MatchFinder& f, uint32_t at, uint32_t* distance) {
+  for (; f.chained < at; f.chained++)
+    if (f.chained + ShortestMatch <= f.entries) {
+      const uint32_t h = Hash(f.in + f.chained);
+      f.previous[f.chained] = f.head[h];
+      f.head[h] = int(f.chained);
+    }
+  if (at + ShortestMatch > f.entries) return 0;
+  const uint32_t reach = f.entries - at;
+  uint32_t best = 0;
+  int tries = MatchCandidates;
+  for (int j = f.head[Hash(f.in + at)]; j >= 0 && tries--; j = f.previous[j]) {
+    uint32_t run = 0;
+    while (run < reach && f.in[uint32_t(j) + run] == f.in[at + run]) run++;
+    if (run > best) best = run, *distance = at - uint32_t(j);
+    if (run == reach) break;
+  }
+  return best;
+}
+
+// LZ77 over the block: the longest match at each entry, unless the next entry starts a longer
+// one (then this entry goes as a literal).
 int Parse(const uint8_t* in, uint32_t entries, Token* tokens) {
-  static int head[1 << HashBits], previous[8192];
-  std::fill(head, head + (1 << HashBits), -1);
+  static MatchFinder f;
+  f.in = in;
+  f.entries = entries;
+  f.chained = 0;
+  std::fill(f.head, f.head + (1 << HashBits), -1);
   int n = 0;
   for (uint32_t i = 0; i < entries;) {
-    uint32_t best = 0, bestDistance = 0;
-    if (i + ShortestMatch <= entries) {
-      const uint32_t reach = entries - i;
-      int tries = MatchCandidates;
-      for (int j = head[Hash(in + i)]; j >= 0 && tries--; j = previous[j]) {
-        uint32_t run = 0;
-        while (run < reach && in[uint32_t(j) + run] == in[i + run]) run++;
-        if (run > best) best = run, bestDistance = i - uint32_t(j);
-        if (run == reach) break;
-      }
-    }
-    const uint32_t step = best >= uint32_t(ShortestMatch) ? best : 1;
-    if (step == 1) {
+    uint32_t distance = 0, later = 0;
+    const uint32_t best = LongestMatch(f, i, &distance);
+    if (best < uint32_t(ShortestMatch) || LongestMatch(f, i + 1, &later) > best) {
       tokens[n++] = Token{in[i], 0, 0};
-    } else {
-      const int c = ValueClass(best - ShortestMatch);
-      tokens[n++] = Token{uint16_t(256 + c), uint16_t(best - ShortestMatch - ClassBase(c)), uint16_t(bestDistance)};
+      i++;
+      continue;
     }
-    for (uint32_t k = i; k < i + step; k++)
-      if (k + ShortestMatch <= entries) {
-        const uint32_t h = Hash(in + k);
-        previous[k] = head[h];
-        head[h] = int(k);
-      }
-    i += step;
+    const int c = ValueClass(best - ShortestMatch);
+    tokens[n++] = Token{uint16_t(256 + c), uint16_t(best - ShortestMatch - ClassBase(c)), uint16_t(distance)};
+    i += best;
   }
   return n;
 }
@@ -256,7 +272,7 @@ int Parse(const uint8_t* in, uint32_t entries, Token* tokens) {
 }  // namespace
 
 uint32_t EncodeTableBlock(const uint8_t* in, uint32_t entries, uint8_t* out) {
-  static Token tokens[8192];
+  static Token tokens[TableBlockBytes];
   const int n = Parse(in, entries, tokens);
   uint32_t counts[AllSymbols] = {};
   for (int t = 0; t < n; t++) {

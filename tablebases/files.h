@@ -17,9 +17,9 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "tablebases/blockcode.h"
 #include "tablebases/catalogue.h"
 
-constexpr int TableBlockBytes = 8192;
 constexpr char EmdMagic[8] = {'O', 'S', 'T', 'R', 'L', 'E', 'M', 'D'};
 constexpr uint32_t EmdVersion = 2;
 constexpr int EmdHeaderBytes = 24;

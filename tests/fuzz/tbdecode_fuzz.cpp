@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "tablebases/blockcode.h"
-#include "tablebases/files.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 2 || size - 2 > size_t(LongestCodedBlock)) return 0;
