@@ -96,6 +96,16 @@ uint32_t TakeClassValue(BitReader& r, int c) { return ClassBase(c) + TakeBits(r,
 
 }  // namespace
 
+uint32_t BlockChecksum(const uint8_t* entries, uint32_t count) {
+  constexpr uint32_t Modulus = 65521;
+  uint64_t a = 1, b = 0;  // no reduction is needed within a block: b stays below 2^36
+  for (uint32_t i = 0; i < count; i++) {
+    a += entries[i];
+    b += a;
+  }
+  return uint32_t(b % Modulus) << 16 | uint32_t(a % Modulus);
+}
+
 bool DecodeTableBlock(uint8_t* scratch, uint32_t length, uint8_t* out, uint32_t entries) {
   if (length > uint32_t(LongestCodedBlock)) return false;
   uint16_t* literalTable = reinterpret_cast<uint16_t*>(scratch + LongestCodedBlock);

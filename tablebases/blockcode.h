@@ -32,6 +32,8 @@ constexpr int ShortestMatch = 3;
 constexpr int DecodeBlockBytes = 8296;
 constexpr int DecodeTableBytes = 2 * ((1 << LiteralCodeBits) + (1 << DistanceCodeBits));
 constexpr int LongestCodedBlock = DecodeBlockBytes - DecodeTableBytes;
+constexpr int BlockCheckBytes = 4;
+static_assert(TableBlockBytes + BlockCheckBytes <= DecodeBlockBytes, "a stored block and its check word are read whole");
 
 inline int ValueClass(uint32_t value) {
   int c = 0;
@@ -40,6 +42,10 @@ inline int ValueClass(uint32_t value) {
 }
 inline uint32_t ClassBase(int c) { return c ? 1u << (c - 1) : 0; }
 inline int ClassExtraBits(int c) { return c ? c - 1 : 0; }
+
+// Adler-32 of a block's entries: cheap beside reading the block, and it catches any one damaged
+// byte and nearly all worse damage.
+uint32_t BlockChecksum(const uint8_t* entries, uint32_t count);
 
 // Decodes the `length` coded bytes at the start of `scratch` (DecodeBlockBytes long; the rest is
 // overwritten) into exactly `entries` bytes of `out`. False for any stream that is not a whole

@@ -62,8 +62,14 @@ bool LoadBlock(const TableDescriptor& t, int side, uint32_t block, uint8_t* out)
   if (!c) return ReadAt(t.file[side], block * uint32_t(TableBlockBytes), out, entries);
   const uint32_t start = c->offsets[block];
   const uint32_t length = c->offsets[block + 1] - start;
-  if (length == entries) return ReadAt(t.file[side], start, out, entries);
-  return decodeBlock && ReadAt(t.file[side], start, decodeBlock, length) && DecodeTableBlock(decodeBlock, length, out, entries);
+  // The whole block, check word included, goes through the decode block: the cache slot has no
+  // room for the word, and a block is trusted only once its entries match it.
+  if (!decodeBlock || !ReadAt(t.file[side], start, decodeBlock, length)) return false;
+  const uint32_t payload = length - BlockCheckBytes;
+  const uint32_t check = uint32_t(GetLittleEndian(decodeBlock + payload, BlockCheckBytes));
+  if (payload == entries) memcpy(out, decodeBlock, entries);
+  else if (!DecodeTableBlock(decodeBlock, payload, out, entries)) return false;
+  return BlockChecksum(out, entries) == check;
 }
 
 int FileSize(FILE* file) {
@@ -73,15 +79,16 @@ int FileSize(FILE* file) {
 }
 
 // The block index must tile the file from the end of the index to its last byte, every block
-// either stored (as long as its entries) or coded short enough to leave the decoder its tables, so
-// that no read of a listed block leaves the file or the decode block.
+// either stored (as long as its entries) or coded short enough to leave the decoder its tables,
+// and then its check word, so that no read of a listed block leaves the file or the decode block.
 bool OffsetsSound(const CompressedTable& c, uint32_t count, int fileSize) {
   if (c.offsets[0] != uint32_t(EmdHeaderBytes) + 4 * (c.blockCount + 1)) return false;
   for (uint32_t i = 0; i < c.blockCount; i++) {
     const uint32_t length = c.offsets[i + 1] - c.offsets[i];
     const uint32_t entries = EntriesInBlock(count, i);
-    if (c.offsets[i + 1] <= c.offsets[i] || length > entries) return false;
-    if (length < entries && length > uint32_t(LongestCodedBlock)) return false;
+    if (c.offsets[i + 1] <= c.offsets[i] + BlockCheckBytes) return false;
+    const uint32_t payload = length - BlockCheckBytes;
+    if (payload > entries || (payload < entries && payload > uint32_t(LongestCodedBlock))) return false;
   }
   return c.offsets[c.blockCount] == uint32_t(fileSize);
 }

@@ -9,8 +9,9 @@
 //   bytes 16-19  uncompressed size (the table side's entry count)
 //   bytes 20-23  number of blocks n = ceil(size / block entries)
 //   then n + 1   file offsets, 4 bytes each: block i occupies [offset i, offset i+1)
-//   then blocks  a block as long as its entries is stored as it is; a shorter one is coded as
-//                tablebases/blockcode.h describes, and is at most LongestCodedBlock long.
+//   then blocks  the entries, stored as they are or (when shorter) coded as tablebases/blockcode.h
+//                describes, at most LongestCodedBlock bytes; then 4 bytes, the BlockChecksum of
+//                the entries, so that a damaged block is refused rather than misread.
 #pragma once
 
 #include <cstddef>

@@ -64,7 +64,7 @@ void Put32(std::string& out, size_t at, uint32_t v) {
   for (int i = 0; i < 4; i++) out[at + i] = char(v >> (8 * i));
 }
 
-// A compressed file of `entries`, each block coded by the generator's coder.
+// A compressed file of `entries`, each block coded by the generator's coder and checked.
 std::string Compress(const std::string& entries) {
   const uint32_t blocks = uint32_t((entries.size() + TableBlockBytes - 1) / TableBlockBytes);
   std::string out(24 + 4 * (blocks + 1), '\0');
@@ -79,6 +79,8 @@ std::string Compress(const std::string& entries) {
     uint8_t coded[TableBlockBytes];
     const uint32_t length = EncodeTableBlock(reinterpret_cast<const uint8_t*>(&entries[start]), uint32_t(end - start), coded);
     out.append(reinterpret_cast<const char*>(coded), length);
+    out.append(4, '\0');
+    Put32(out, out.size() - 4, BlockChecksum(reinterpret_cast<const uint8_t*>(&entries[start]), uint32_t(end - start)));
   }
   Put32(out, 24 + 4 * blocks, uint32_t(out.size()));
   return out;

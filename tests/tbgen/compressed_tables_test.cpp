@@ -1,6 +1,7 @@
 // Catches a block coded or decoded wrongly, a block offset off by one or a cache slot mixed up:
 // every entry of a few generated tables (kpk and krkn in every build, the others in the optimised
-// one) compressed and read back through the registry and a one-set cache, against the plain file.
+// one) compressed and read back through the registry and a one-set cache, against the plain file;
+// then a damaged block must be refused.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -38,6 +39,21 @@ TEST(CompressedTables, ReadEntryForEntryLikeThePlainFiles) {
       for (uint32_t i = 0; i < plain[t][side].size(); i++)
         ASSERT_TRUE(ReadTableEntry(t, side, i, &value) && value == int8_t(plain[t][side][i])) << tableCatalogue[t].name << side << " " << i;
     }
+  // One damaged byte at a time, spread over kpk's blocks: refused, never misread.
+  const std::string good = ReadFile("kpk.nbw.emd");
+  for (size_t at = good.size() / 3; at < good.size(); at += good.size() / 9) {
+    std::string damaged = good;
+    damaged[at] ^= 0x10;
+    std::ofstream("kpk.nbw.emd", std::ios::binary) << damaged;
+    Captured([] { InitTablebases("."); });
+    int refused = 0;
+    for (uint32_t i = 0; i < plain[1][0].size(); i++) {
+      int8_t value;
+      if (!ReadTableEntry(1, 0, i, &value)) refused++;
+      else ASSERT_EQ(value, int8_t(plain[1][0][i])) << at << " " << i;
+    }
+    EXPECT_GT(refused, 0) << at;
+  }
   InitTablebases("/nonexistent");  // closes the files before the directory goes
   EXPECT_TRUE(scratch.Leave());
 }

@@ -40,6 +40,8 @@ static bool CompressSide(int table, int side, uint64_t* compressedBytes) {
       }
     }
     file.insert(file.end(), coded, coded + length);
+    file.resize(file.size() + BlockCheckBytes);
+    PutLittleEndian(&file[file.size() - BlockCheckBytes], BlockChecksum(in, n), BlockCheckBytes);
   }
   PutLittleEndian(&file[EmdHeaderBytes + 4 * size_t(blocks)], file.size(), 4);
   FILE* f = fopen(temporary.c_str(), "wb");
