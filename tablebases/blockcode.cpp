@@ -28,8 +28,9 @@ void Refill(BitReader& r) {
   }
 }
 
+// Takes bits already refilled: a refill leaves at least 57, more than a code length field pair or
+// a whole token (literal/length code, its extra bits, distance code and extra bits) can use.
 uint32_t TakeBits(BitReader& r, int n) {
-  Refill(r);
   const uint32_t value = uint32_t(r.bits & ((uint64_t(1) << n) - 1));
   r.bits >>= n;
   r.count -= n;
@@ -69,7 +70,6 @@ bool BuildDecodeTable(const uint8_t* lengths, int symbols, int tableBits, uint16
 
 // A symbol under a table of `tableBits`, or -1 for a code the block did not define.
 int TakeSymbol(BitReader& r, const uint16_t* table, int tableBits) {
-  Refill(r);
   const uint16_t entry = table[r.bits & ((1u << tableBits) - 1)];
   if (!entry) return -1;
   TakeBits(r, entry & 15);
@@ -78,6 +78,7 @@ int TakeSymbol(BitReader& r, const uint16_t* table, int tableBits) {
 
 bool ReadCodeLengths(BitReader& r, uint8_t* lengths) {
   for (int s = 0; s < AllSymbols;) {
+    Refill(r);
     const int field = int(TakeBits(r, 4));
     if (field) {
       if (field > (s < LiteralLengthSymbols ? LiteralCodeBits : DistanceCodeBits)) return false;
@@ -118,6 +119,7 @@ bool DecodeTableBlock(uint8_t* scratch, uint32_t length, uint8_t* out, uint32_t 
     return false;
   uint32_t filled = 0;
   while (filled < entries && r.taken <= uint64_t(length) * 8) {
+    Refill(r);
     const int symbol = TakeSymbol(r, literalTable, LiteralCodeBits);
     if (symbol < 0) return false;
     if (symbol < 256) {
@@ -129,7 +131,13 @@ bool DecodeTableBlock(uint8_t* scratch, uint32_t length, uint8_t* out, uint32_t 
     if (d < 0) return false;
     const uint32_t distance = 1 + TakeClassValue(r, d);
     if (distance > filled || run > entries - filled) return false;
-    for (uint32_t i = 0; i < run; i++, filled++) out[filled] = out[filled - distance];
+    // Runs and far matches are the common cases; copying them whole avoids a byte-by-byte chain.
+    uint8_t* to = out + filled;
+    const uint8_t* from = to - distance;
+    if (distance == 1) memset(to, *from, run);
+    else if (distance >= run) memcpy(to, from, run);
+    else for (uint32_t i = 0; i < run; i++) to[i] = from[i];
+    filled += run;
   }
   return filled == entries && (r.taken + 7) / 8 == length;
 }
