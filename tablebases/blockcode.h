@@ -3,7 +3,8 @@
 // strides of the index (a man stepping through its squares, a rank, a king pair), which matches
 // catch and plain runs do not; the Huffman codes then take the skew of the values (draws, broken
 // entries, short mates). On the 3- and 4-man tables this coder gives 4.4 : 1 where runs alone gave
-// 1.3 : 1 and Huffman codes of the bytes 2.9 : 1.
+// 1.3 : 1, Huffman codes of the bytes 2.9 : 1 and runs under Huffman codes 3.5 : 1 (zlib's deflate,
+// block by block at its best level, reaches 4.6 : 1).
 //
 // A coded block is a stream of bits, each byte read from its least significant bit up:
 //   1. the code lengths of the 270 literal/length symbols and then the 14 distance symbols, as
