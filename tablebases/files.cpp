@@ -6,6 +6,7 @@
 
 #include "board/littleendian.h"
 #include "board/output.h"
+#include "tablebases/blockcode.h"
 #include "tablebases/catalogue.h"
 
 struct CompressedTable {
@@ -16,10 +17,6 @@ struct CompressedTable {
 size_t tablebaseMemory;
 
 namespace {
-
-constexpr char EmdMagic[8] = {'O', 'S', 'T', 'R', 'L', 'E', 'M', 'D'};
-constexpr uint32_t EmdVersion = 1;
-constexpr int EmdHeaderBytes = 24;
 
 // The cache is set-associative: a block may live in any of the ways of one set, and the least
 // recently used way of the set makes room. Four ways keep the tables a search alternates between
@@ -59,27 +56,20 @@ bool ReadAt(FILE* file, uint32_t offset, void* buffer, size_t length) {
   return fseek(file, long(offset), SEEK_SET) == 0 && fread(buffer, 1, length, file) == length;
 }
 
-// Runs of (length - 1, byte) pairs that must fill exactly `entries` bytes.
-bool DecodeRuns(const uint8_t* in, uint32_t length, uint8_t* out, uint32_t entries) {
-  if (length % 2) return false;
-  uint32_t filled = 0;
-  for (uint32_t i = 0; i < length; i += 2) {
-    const uint32_t run = in[i] + 1u;
-    if (run > entries - filled) return false;
-    memset(out + filled, in[i + 1], run);
-    filled += run;
-  }
-  return filled == entries;
-}
-
 bool LoadBlock(const TableDescriptor& t, int side, uint32_t block, uint8_t* out) {
   const uint32_t entries = EntriesInBlock(t.count[side], block);
   const CompressedTable* c = t.compressed[side];
   if (!c) return ReadAt(t.file[side], block * uint32_t(TableBlockBytes), out, entries);
   const uint32_t start = c->offsets[block];
   const uint32_t length = c->offsets[block + 1] - start;
-  if (length == entries) return ReadAt(t.file[side], start, out, entries);
-  return decodeBlock && ReadAt(t.file[side], start, decodeBlock, length) && DecodeRuns(decodeBlock, length, out, entries);
+  // The whole block, check word included, goes through the decode block: the cache slot has no
+  // room for the word, and a block is trusted only once its entries match it.
+  if (!decodeBlock || !ReadAt(t.file[side], start, decodeBlock, length)) return false;
+  const uint32_t payload = length - BlockCheckBytes;
+  const uint32_t check = uint32_t(GetLittleEndian(decodeBlock + payload, BlockCheckBytes));
+  if (payload == entries) memcpy(out, decodeBlock, entries);
+  else if (!DecodeTableBlock(decodeBlock, payload, out, entries)) return false;
+  return BlockChecksum(out, entries) == check;
 }
 
 int FileSize(FILE* file) {
@@ -88,13 +78,17 @@ int FileSize(FILE* file) {
   return size < 0 || size > 0x7FFFFFFF ? -1 : int(size);
 }
 
-// The block index must tile the file from the end of the index to its last byte, every block no
-// longer than its entries, so that no read of a listed block leaves the file or the decode block.
+// The block index must tile the file from the end of the index to its last byte, every block
+// either stored (as long as its entries) or coded short enough to leave the decoder its tables,
+// and then its check word, so that no read of a listed block leaves the file or the decode block.
 bool OffsetsSound(const CompressedTable& c, uint32_t count, int fileSize) {
   if (c.offsets[0] != uint32_t(EmdHeaderBytes) + 4 * (c.blockCount + 1)) return false;
   for (uint32_t i = 0; i < c.blockCount; i++) {
     const uint32_t length = c.offsets[i + 1] - c.offsets[i];
-    if (c.offsets[i + 1] <= c.offsets[i] || length > EntriesInBlock(count, i)) return false;
+    const uint32_t entries = EntriesInBlock(count, i);
+    if (c.offsets[i + 1] <= c.offsets[i] + BlockCheckBytes) return false;
+    const uint32_t payload = length - BlockCheckBytes;
+    if (payload > entries || (payload < entries && payload > uint32_t(LongestCodedBlock))) return false;
   }
   return c.offsets[c.blockCount] == uint32_t(fileSize);
 }

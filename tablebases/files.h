@@ -4,25 +4,26 @@
 //
 // Ostrel's ".emd" container, all integers little-endian:
 //   bytes 0-7    magic "OSTRLEMD"
-//   bytes 8-11   version (1)
+//   bytes 8-11   version (2)
 //   bytes 12-15  entries per block (TableBlockBytes)
 //   bytes 16-19  uncompressed size (the table side's entry count)
 //   bytes 20-23  number of blocks n = ceil(size / block entries)
 //   then n + 1   file offsets, 4 bytes each: block i occupies [offset i, offset i+1)
-//   then blocks  a block as long as its entries is stored as it is; a shorter one is coded as runs
-//                of (length - 1, byte) pairs, so a run covers 1 to 256 entries.
+//   then blocks  the entries, stored as they are or (when shorter) coded as tablebases/blockcode.h
+//                describes, at most LongestCodedBlock bytes; then 4 bytes, the BlockChecksum of
+//                the entries, so that a damaged block is refused rather than misread.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 
+#include "tablebases/blockcode.h"
 #include "tablebases/catalogue.h"
 
-constexpr int TableBlockBytes = 8192;
-// The scratch a coded block is read into before it is decoded. No block is longer than its entries
-// (registration refuses a file that says otherwise), so it always fits.
-constexpr int DecodeBlockBytes = 8296;
+constexpr char EmdMagic[8] = {'O', 'S', 'T', 'R', 'L', 'E', 'M', 'D'};
+constexpr uint32_t EmdVersion = 2;
+constexpr int EmdHeaderBytes = 24;
 constexpr size_t TablebaseCacheBytes = 2097152;
 
 // Bytes the file layer has allocated since the last reset (compressed block indices, the decode

@@ -16,6 +16,7 @@
 #include "board/position.h"
 #include "search/reset.h"
 #include "search/search.h"
+#include "tablebases/blockcode.h"
 #include "tablebases/catalogue.h"
 #include "tablebases/files.h"
 #include "tablebases/probe.h"
@@ -63,28 +64,23 @@ void Put32(std::string& out, size_t at, uint32_t v) {
   for (int i = 0; i < 4; i++) out[at + i] = char(v >> (8 * i));
 }
 
-// A compressed file of `entries`: blocks whose runs are shorter than the block are coded as
-// (length - 1, byte) runs, the others stored as they are.
+// A compressed file of `entries`, each block coded by the generator's coder and checked.
 std::string Compress(const std::string& entries) {
   const uint32_t blocks = uint32_t((entries.size() + TableBlockBytes - 1) / TableBlockBytes);
   std::string out(24 + 4 * (blocks + 1), '\0');
   out.replace(0, 8, "OSTRLEMD");
-  Put32(out, 8, 1);
+  Put32(out, 8, EmdVersion);
   Put32(out, 12, TableBlockBytes);
   Put32(out, 16, uint32_t(entries.size()));
   Put32(out, 20, blocks);
   for (uint32_t b = 0; b < blocks; b++) {
     Put32(out, 24 + 4 * b, uint32_t(out.size()));
     const size_t start = size_t(b) * TableBlockBytes, end = std::min(entries.size(), start + TableBlockBytes);
-    std::string runs;
-    for (size_t i = start; i < end;) {
-      size_t j = i;
-      while (j < end && j - i < 256 && entries[j] == entries[i]) j++;
-      runs += char(j - i - 1);
-      runs += entries[i];
-      i = j;
-    }
-    out += runs.size() < end - start ? runs : entries.substr(start, end - start);
+    uint8_t coded[TableBlockBytes];
+    const uint32_t length = EncodeTableBlock(reinterpret_cast<const uint8_t*>(&entries[start]), uint32_t(end - start), coded);
+    out.append(reinterpret_cast<const char*>(coded), length);
+    out.append(4, '\0');
+    Put32(out, out.size() - 4, BlockChecksum(reinterpret_cast<const uint8_t*>(&entries[start]), uint32_t(end - start)));
   }
   Put32(out, 24 + 4 * blocks, uint32_t(out.size()));
   return out;
@@ -244,10 +240,10 @@ TEST_F(TablebaseProbeTest, ValueConversion) {
 }
 
 // Catches compressed blocks read wrongly: kqk with White to move spans four blocks, the first two
-// coded as runs, the others stored. Past the last entry there is nothing to read: no answer.
+// coded, the others stored. Past the last entry there is nothing to read: no answer.
 TEST_F(TablebaseProbeTest, CompressedFileReadsLikeThePlainOne) {
   std::string entries(tableCatalogue[Kqk].count[0], '\0');
-  for (size_t i = 2 * TableBlockBytes; i < entries.size(); i++) entries[i] = char(i * 7);
+  for (size_t i = 2 * TableBlockBytes; i < entries.size(); i++) entries[i] = char(uint32_t(i) * 2654435761u >> 24);
   entries[5] = 100;
   entries[9000] = -3;
   WriteFile("a/kqk.nbw.emd", Compress(entries));
@@ -273,7 +269,7 @@ TEST_F(TablebaseProbeTest, DamagedCompressedFilesAreRefused) {
     const char* message;
   } cases[] = {
       {0, 0x4C525453, "*** Unable to read a/kqk.nbw.emd - file broken\n"},
-      {8, 2, "*** Unable to read a/kqk.nbw.emd - error 2\n"},
+      {8, 1, "*** Unable to read a/kqk.nbw.emd - error 1\n"},
       {12, 4096, "*** a/kqk.nbw.emd: Unsupported block size 4096\n"},
       {16, 25630, "*** a/kqk.nbw.emd corrupted\n"},
       {20, 5, "*** Unable to read a/kqk.nbw.emd - file broken\n"},

@@ -5,8 +5,9 @@
 //   ostrel-bench [--depth N]      search benchmark (default depth 9)
 //   ostrel-bench --eval [FILE]    evaluations per second over an EPD file
 //   ostrel-bench --tablebases DIR TABLE...
-//                                 probe time of random legal positions of each table, from a cold
-//                                 cache (blocks read from the files) and from a warm one; then the
+//                                 probe time of random legal positions of each table, plain or
+//                                 compressed, from a cold cache (blocks read from the files and
+//                                 decoded) and from a warm one; then the
 //                                 time of each side's index function and of the decoder
 #include <chrono>
 #include <cstdio>
@@ -256,8 +257,10 @@ static int TablebaseBench(const char* directory, char** tables, int count) {
         answered += ProbeTablebase(pos.sideToMove, &score);
       }
     const double warm = ProcessorSeconds() - start;
-    printf("%s: %d positions, %d answers, cold %.0f ns/probe, warm %.0f ns/probe\n", tables[t], Positions,
-           answered, cold * 1e9 / Positions, warm * 1e9 / (double(WarmRounds) * WarmPositions));
+    const bool compressed = tableCatalogue[number].compressed[0] || tableCatalogue[number].compressed[1];
+    printf("%s (%s): %d positions, %d answers, cold %.0f ns/probe, warm %.0f ns/probe\n", tables[t],
+           compressed ? "compressed" : "plain", Positions, answered, cold * 1e9 / Positions,
+           warm * 1e9 / (double(WarmRounds) * WarmPositions));
     IndexSpeed(number);
   }
   return 0;

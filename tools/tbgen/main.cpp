@@ -5,6 +5,7 @@
 //   ostrel-tbgen --dir DIR [--force] --all N    every table of N men (3, 4 or 5) and below
 //   ostrel-tbgen --verify DIR [TABLE...]        every entry re-derived (all tables present if none named)
 //   ostrel-tbgen --probe DIR FEN...             "FEN<tab>draw|win N|loss N" per position
+//   ostrel-tbgen --compress DIR [TABLE...]      plain files replaced by ".emd" files (all if none named)
 //
 // Tables already present with the right sizes are kept unless --force names them for remaking;
 // the tables they need are always reused. The exit status is 0 when everything succeeded.
@@ -16,6 +17,7 @@
 
 #include "board/startup.h"
 #include "tablebases/catalogue.h"
+#include "tools/tbgen/compress.h"
 #include "tools/tbgen/layout.h"
 #include "tools/tbgen/probe.h"
 #include "tools/tbgen/retro.h"
@@ -118,12 +120,32 @@ static int Verify(int argc, char** argv) {
   return ok && checked ? 0 : 1;
 }
 
+// The tables named, or every table whose plain files are present, compressed; a total at the end.
+static int Compress(int argc, char** argv) {
+  uint64_t plain = 0, compressed = 0;
+  bool ok = true;
+  for (int i = 0; i < argc; i++)
+    if (!TableOfName(argv[i]) || !TableFilesPresent(TableOfName(argv[i]))) {
+      fprintf(stderr, "%s: no such table in %s\n", argv[i], tableDirectory);
+      ok = false;
+    }
+  for (int t = 1; t < TableCount && ok; t++) {
+    bool named = argc == 0;
+    for (int i = 0; i < argc; i++) named |= strcmp(argv[i], tableCatalogue[t].name) == 0;
+    if (named && TableFilesPresent(t)) ok = CompressTable(t, &plain, &compressed);
+  }
+  if (compressed) printf("total: %llu -> %llu bytes, %.2f : 1\n", (unsigned long long)plain, (unsigned long long)compressed,
+                         double(plain) / double(compressed));
+  return ok ? 0 : 1;
+}
+
 static int Usage() {
   fprintf(stderr,
           "usage: ostrel-tbgen --dir DIR [--force] TABLE...\n"
           "       ostrel-tbgen --dir DIR [--force] --all 3|4|5\n"
           "       ostrel-tbgen --verify DIR [TABLE...]\n"
-          "       ostrel-tbgen --probe DIR FEN...\n");
+          "       ostrel-tbgen --probe DIR FEN...\n"
+          "       ostrel-tbgen --compress DIR [TABLE...]\n");
   return 2;
 }
 
@@ -135,6 +157,7 @@ int main(int argc, char** argv) {
   tableDirectory = argv[2];
   if (strcmp(argv[1], "--verify") == 0) return Verify(argc - 3, argv + 3);
   if (strcmp(argv[1], "--probe") == 0) return ProbePositions(argc - 3, argv + 3);
+  if (strcmp(argv[1], "--compress") == 0) return Compress(argc - 3, argv + 3);
   if (strcmp(argv[1], "--dir") != 0) return Usage();
   std::error_code error;
   std::filesystem::create_directories(tableDirectory, error);
