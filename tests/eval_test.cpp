@@ -22,10 +22,8 @@ namespace {
 constexpr int Any = -99999;
 
 void Set(const char* fen) {
-  Captured([fen] {
-    SetPosition(fen);
-    ResetForNewPosition();
-  });
+  ostrel_test::SetPositionQuietly(fen);
+  ResetForNewPosition();
 }
 
 // Second-stage value of a position; `halfMoves` is how far the game has gone.

@@ -22,6 +22,7 @@
 #include "search/think.h"
 #include "shell/interpreter.h"
 #include "tests/capture.h"
+#include "tests/position_check.h"
 
 namespace {
 
@@ -37,11 +38,9 @@ class SearchTest : public testing::Test {
   void TearDown() override { engineFlags = EngineFlags{}; }
 
   static void Set(const char* fen) {
-    Captured([fen] {
-      SetPosition(fen);
-      ResetForNewPosition();
-      NewGameRecord();
-    });
+    ostrel_test::SetPositionQuietly(fen);
+    ResetForNewPosition();
+    NewGameRecord();
     gameRecord.moveCount = 40;
   }
 
@@ -275,10 +274,8 @@ TEST_F(SearchTest, PieceSquareTermsFollowTheGameAsItStands) {
   const auto play = [&](const char* fen, const std::vector<const char*>& moves, int shuffles) {
     Interpret({"new", "force"});
     engineFlags.bookUse = 0;
-    Captured([fen] {
-      SetPosition(fen);
-      ResetForNewPosition();
-    });
+    ostrel_test::SetPositionQuietly(fen);
+    ResetForNewPosition();
     for (int i = 0; i < shuffles; i++) Interpret({shuffle[i % 4]});
     for (const char* m : moves) Interpret({m});
     ThinkTo(2);
