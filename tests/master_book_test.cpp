@@ -231,7 +231,8 @@ TEST_F(MasterBook, BinaryRoundTrip) {
   EXPECT_EQ(size_t(nodes) * 8, ReadFile("a.bin").size());
 }
 
-// Catches the older of the two files read, and failures to read or write them lost.
+// Catches the older of the two files read, and a missing learn.txt that costs the book in memory
+// or the binary. (A learn.bin that cannot be written is the file-safety tests' concern.)
 TEST_F(MasterBook, NewerFileDecides) {
   WriteFile("learn.txt", "e4 e5 Nf3!\n");
   EXPECT_EQ("(Re)building learn.bin from learn.txt\n3 nodes\n", Load());
@@ -259,10 +260,6 @@ TEST_F(MasterBook, NewerFileDecides) {
   EXPECT_EQ("(Re)building learn.bin from learn.txt\nCannot open learn.txt ! \n", Load());
   EXPECT_EQ(1, CountMasterNodes());
   EXPECT_EQ(threeNodes, ReadFile("learn.bin"));
-
-  WriteFile("learn.txt", "e4\n");
-  EXPECT_EQ("(Re)building missing/learn.bin from learn.txt\nCannot write missing/learn.bin\n1 nodes\n",
-            Captured([] { LoadMasterBook("learn.txt", "missing/learn.bin"); }));
 }
 
 // Catches a damaged learn.bin read past its end, losing what was read before the damage, read
