@@ -330,8 +330,6 @@ TEST_F(Book, CountsSaturateSortAndFilesFail) {
   EXPECT_EQ(ToBook("book.bin", "no/dir/index.dat"),
             "0 positions so far ( max count = 0)\n0 unique positions\n"
             "Cannot open index for opening book no/dir/index.dat\n");
-  EXPECT_NE(ToBook("no/dir/book.bin").find("Cannot open opening book no/dir/book.bin for writing\n"),
-            std::string::npos);
   const std::string stats = ReadFile("stats.txt");  // closed without its two final line ends
   EXPECT_EQ(stats.substr(stats.size() - 19), "0 max cluster size\n");
   std::remove("temp.dat");

@@ -147,7 +147,8 @@ TEST_F(MasterBook, ScoresTheMarkedMovesOfTheGame) {
 }
 
 // Catches the line syntax misread: what is ignored, what is a fault (reported with the line of
-// the parser that found it, and the line dropped), marks, hints, captures and promotions.
+// the parser that found it, and the line dropped), marks, hints, captures and promotions; and
+// the listing's node texts written wrongly.
 TEST_F(MasterBook, LineSyntax) {
   constexpr int Fault = -1;
   const struct {
@@ -173,16 +174,28 @@ TEST_F(MasterBook, LineSyntax) {
                                           std::to_string(c.error) + "\n"
                                     : "");
   }
+  // Each move as parsed, and as the listing shows it: a rank hint as a letter, a file hint not.
   MasterMove m[MaxMasterLineMoves];
   ASSERT_EQ(7, ParseMasterLine("1.\tNbd2+!? R1xe2?! exd5 bxa1n e8=Q!!!?! Kf8?? Nf3+?", m));
-  const MasterMove expected[] = {M(Knight, D2, 1, 0, 2), M(Rook, E2, -1, 0, 0, 1), M(Pawn, D5, 0, 0, 5),
-                                 M(Pawn, A1, 0, Knight, 2), M(Pawn, E8, 3, Queen), M(King, F8, -3),
-                                 M(Knight, F3, -2)};
-  for (int i = 0; i < 7; i++) EXPECT_TRUE(Same(m[i], expected[i])) << "move " << i + 1;
+  const struct {
+    MasterMove move;
+    const char* text;
+  } expected[] = {{M(Knight, D2, 1, 0, 2), "Nd2!? "},    {M(Rook, E2, -1, 0, 0, 1), "Rbe2?! "},
+                  {M(Pawn, D5, 0, 0, 5), "d5 "},         {M(Pawn, A1, 0, Knight, 2), "a1=N "},
+                  {M(Pawn, E8, 3, Queen), "e8=Q!! "},    {M(King, F8, -3), "Kf8?? "},
+                  {M(Knight, F3, -2), "Nf3? "}};
+  for (int i = 0; i < 7; i++) {
+    EXPECT_TRUE(Same(m[i], expected[i].move)) << "move " << i + 1;
+    EXPECT_STREQ(MasterMoveText(m[i]), expected[i].text) << "move " << i + 1;
+  }
+  EXPECT_STREQ(MasterMoveText(M(Bishop, B2, 2, Bishop)), "Bb2=B! ");
+  EXPECT_STREQ(MasterMoveText(M(Pawn, E8, 3, Rook)), "e8=R!! ");
+  EXPECT_STREQ(MasterMoveText(M(7, E4)), "wrong piece type ");
   std::string stars;
   for (int i = 0; i < 511; i++) stars += "* ";
   EXPECT_EQ(MaxMasterLineMoves, ParseMasterLine(stars.c_str(), m));
   EXPECT_TRUE(Same(m[499], M(AnyMove, 0)));
+  EXPECT_STREQ(MasterMoveText(m[499]), "* ");
 
   // The loader drops a faulty line and goes on; only the first 1,023 characters of a line count,
   // and the rest is not a line of its own.
@@ -194,20 +207,6 @@ TEST_F(MasterBook, LineSyntax) {
   for (int i = 0; i < 70; i++) overlong += "Nf3 Nf6 Ng1 Ng8 ";
   WriteFile("learn.txt", overlong + "\nc4\n");
   EXPECT_EQ("(Re)building learn.bin from learn.txt\n257 nodes\n", Load());
-}
-
-// Catches the listing's node texts written wrongly.
-TEST_F(MasterBook, NodeTexts) {
-  const struct {
-    MasterMove node;
-    const char* text;
-  } cases[] = {
-      {M(AnyMove, 0, 2), "* "},              {M(7, E4), "wrong piece type "},
-      {M(Pawn, D5, 0, 0, 5), "d5 "},         {M(Rook, E2, -1, 0, 0, 2), "Rce2?! "},
-      {M(Pawn, A1, -3, Knight), "a1=N?? "},  {M(Queen, D1, 1), "Qd1!? "},
-      {M(Pawn, E8, 3, Rook), "e8=R!! "},     {M(Bishop, B2, 2, Bishop), "Bb2=B! "},
-  };
-  for (const auto& c : cases) EXPECT_STREQ(MasterMoveText(c.node), c.text);
 }
 
 // Catches learn.bin written or read in another order than pre-order with sibling and child flags.
@@ -232,7 +231,8 @@ TEST_F(MasterBook, BinaryRoundTrip) {
   EXPECT_EQ(size_t(nodes) * 8, ReadFile("a.bin").size());
 }
 
-// Catches the older of the two files read, and failures to read or write them lost.
+// Catches the older of the two files read, and a missing learn.txt that costs the book in memory
+// or the binary. (A learn.bin that cannot be written is the file-safety tests' concern.)
 TEST_F(MasterBook, NewerFileDecides) {
   WriteFile("learn.txt", "e4 e5 Nf3!\n");
   EXPECT_EQ("(Re)building learn.bin from learn.txt\n3 nodes\n", Load());
@@ -260,10 +260,6 @@ TEST_F(MasterBook, NewerFileDecides) {
   EXPECT_EQ("(Re)building learn.bin from learn.txt\nCannot open learn.txt ! \n", Load());
   EXPECT_EQ(1, CountMasterNodes());
   EXPECT_EQ(threeNodes, ReadFile("learn.bin"));
-
-  WriteFile("learn.txt", "e4\n");
-  EXPECT_EQ("(Re)building missing/learn.bin from learn.txt\nCannot write missing/learn.bin\n1 nodes\n",
-            Captured([] { LoadMasterBook("learn.txt", "missing/learn.bin"); }));
 }
 
 // Catches a damaged learn.bin read past its end, losing what was read before the damage, read

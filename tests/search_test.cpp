@@ -22,6 +22,7 @@
 #include "search/think.h"
 #include "shell/interpreter.h"
 #include "tests/capture.h"
+#include "tests/position_check.h"
 
 namespace {
 
@@ -37,11 +38,9 @@ class SearchTest : public testing::Test {
   void TearDown() override { engineFlags = EngineFlags{}; }
 
   static void Set(const char* fen) {
-    Captured([fen] {
-      SetPosition(fen);
-      ResetForNewPosition();
-      NewGameRecord();
-    });
+    ostrel_test::SetPositionQuietly(fen);
+    ResetForNewPosition();
+    NewGameRecord();
     gameRecord.moveCount = 40;
   }
 
@@ -247,41 +246,56 @@ TEST_F(SearchTest, SolvesMostOfAWinAtChessSample) {
   EXPECT_GE(solved, 35) << "missed: " << missed;
 }
 
-// Catches evaluation state taken from the position the game was set up with rather than the one
-// it has reached: the king tables after the queens come off, as if the ending had been set up.
-TEST_F(SearchTest, KingTablesFollowTradesMadeInTheGame) {
-  const auto kingTables = [](std::initializer_list<const char*> moves, const char* fen) {
-    Interpret({"new", "force"});
-    engineFlags.bookUse = 0;
-    Captured([fen] {
-      SetPosition(fen);
-      ResetForNewPosition();
-    });
-    Interpret(moves);
-    ThinkTo(2);
-    std::vector<int> tables(pieceSquareTables[White][King], pieceSquareTables[White][King] + 64);
-    tables.insert(tables.end(), pieceSquareTables[Black][King], pieceSquareTables[Black][King] + 64);
-    return tables;
+// Catches the castling penalty or the king's tables taken from the position the game was set up
+// with rather than the one it has reached, counted over all games rather than from each new one,
+// charged for the other side's rights, or chosen by the wrong material: the opponent's pieces
+// count, its pawns do not, and 9,000 keeps the middle game's table. Each row is a new game.
+TEST_F(SearchTest, PieceSquareTermsFollowTheGameAsItStands) {
+  const char* const start = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -";
+  const char* const shuffle[4] = {"g1f3", "g8f6", "f3g1", "f6g8"};  // every castling right stays
+  const struct {
+    const char* fen;
+    std::vector<const char*> moves;
+    int shuffles, whitePenalty, blackPenalty;  // half-moves of knight shuffling before `moves`
+    bool whiteEnding, blackEnding;
+  } cases[] = {
+      {start, {}, 29, -300, -300, false, false},
+      {start, {}, 30, 0, 0, false, false},
+      {start, {}, 0, -300, -300, false, false},
+      {"r3k2r/8/8/8/8/8/8/R3K2R w Q -", {}, 0, -300, 0, false, false},
+      {"3qk3/4p3/8/8/8/8/4P3/3QK3 w - -", {}, 0, 0, 0, false, false},
+      {"3qk3/4p3/8/8/8/8/4P3/3QK3 w - -", {"d1d8", "e8d8", "e1d2"}, 0, 0, 0, true, true},
+      {"3qk3/8/8/8/8/8/8/4K3 w - -", {}, 0, 0, 0, false, true},  // a queen alone: 9,000
+      {"2nnk1n1/8/8/8/8/8/8/4K3 w - -", {}, 0, 0, 0, false, true},
+      {"3rkb2/8/8/8/8/8/8/4K3 w - -", {}, 0, 0, 0, true, true},
+      {"3rk1n1/pppppppp/8/8/8/8/8/4K3 w - -", {}, 0, 0, 0, true, true},
+      {"3rkb2/8/8/8/8/8/8/3QK3 w - -", {}, 0, 0, 0, true, false},
   };
-  const std::vector<int> ending = kingTables({}, "3k4/4p3/8/8/8/8/3KP3/8 b - -");
-  ASSERT_NE(kingTables({}, "3qk3/4p3/8/8/8/8/4P3/3QK3 w - -"), ending);
-  EXPECT_EQ(kingTables({"d1d8", "e8d8", "e1d2"}, "3qk3/4p3/8/8/8/8/4P3/3QK3 w - -"), ending);
-}
-
-// Catches a castling penalty that outlasts the opening, or is counted over all games rather than
-// from each new one.
-TEST_F(SearchTest, CastlingPenaltyLastsThirtyHalfMovesOfEachGame) {
-  const char* shuffle[4] = {"g1f3", "g8f6", "f3g1", "f6g8"};  // every castling right stays
-  const struct { int halfMoves, penalty; } game[] = {{0, -300}, {29, -300}, {30, 0}, {41, 0}};
-  for (int round = 0; round < 2; round++) {
+  const auto play = [&](const char* fen, const std::vector<const char*>& moves, int shuffles) {
     Interpret({"new", "force"});
     engineFlags.bookUse = 0;
-    int played = 0;
-    for (const auto& c : game) {
-      for (; played < c.halfMoves; played++) Interpret({shuffle[played % 4]});
-      ThinkTo(2);
-      EXPECT_EQ(c.penalty, castlingLossPenalty[White]) << "game " << round << ", half-move " << played;
-      EXPECT_EQ(c.penalty, castlingLossPenalty[Black]) << "game " << round << ", half-move " << played;
-    }
+    ostrel_test::SetPositionQuietly(fen);
+    ResetForNewPosition();
+    for (int i = 0; i < shuffles; i++) Interpret({shuffle[i % 4]});
+    for (const char* m : moves) Interpret({m});
+    ThinkTo(2);
+  };
+  const auto kingTable = [](int side) {  // Black's turned over
+    std::vector<int> table(64);
+    for (int s = 0; s < 64; s++) table[s] = pieceSquareTables[side][King][side == White ? s : s ^ 56];
+    return table;
+  };
+  play(start, {}, 0);
+  const std::vector<int> middle = kingTable(White);
+  play("4k3/8/8/8/8/8/8/4K3 w - -", {}, 0);
+  const std::vector<int> ending = kingTable(White);
+  ASSERT_NE(middle, ending);
+  for (const auto& c : cases) {
+    play(c.fen, c.moves, c.shuffles);
+    const std::string label = std::string(c.fen) + " row " + std::to_string(&c - cases);
+    EXPECT_EQ(castlingLossPenalty[White], c.whitePenalty) << label;
+    EXPECT_EQ(castlingLossPenalty[Black], c.blackPenalty) << label;
+    EXPECT_EQ(kingTable(White), c.whiteEnding ? ending : middle) << label;
+    EXPECT_EQ(kingTable(Black), c.blackEnding ? ending : middle) << label;
   }
 }

@@ -23,6 +23,7 @@
 #include "tablebases/registry.h"
 #include "tests/capture.h"
 #include "tests/engine_process.h"
+#include "tests/position_check.h"
 #include "tests/scratch_dir.h"
 
 namespace {
@@ -126,10 +127,8 @@ class TablebaseProbeTest : public testing::Test {
   }
 
   static bool Probe(const char* fen, int* score) {
-    Captured([fen] {
-      SetPosition(fen);
-      ResetForNewPosition();
-    });
+    ostrel_test::SetPositionQuietly(fen);
+    ResetForNewPosition();
     return ProbeTablebase(pos.sideToMove, score);
   }
 };
