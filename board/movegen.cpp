@@ -55,9 +55,6 @@ static inline Move* AddPawnPromotions(Move* list, Bitboard targets, int delta, c
   return list;
 }
 
-// Shifts a bitboard by a signed amount (positive is towards h8).
-static inline Bitboard Shift(Bitboard b, int delta) { return delta > 0 ? b << delta : b >> -delta; }
-
 Move* GenerateCaptures(Move* list, int side) {
   const Bitboard enemy = pos.colourOcc[side ^ 1];
   list = AddPieceMoves(list, side, enemy);
@@ -92,7 +89,7 @@ static inline bool CastlingSquaresSafe(int a, int b, int c, int enemy) {
   return !SquareAttacked(a, enemy) && !SquareAttacked(b, enemy) && !SquareAttacked(c, enemy);
 }
 
-Move* GenerateQuiet(Move* list, int side) {
+Move* AddCastling(Move* list, int side) {
   const int enemy = side ^ 1;
   if (side == White) {
     if ((pos.castleFlags & WhiteKingSide) && !(pos.occupied & whiteKingSidePath) && CastlingSquaresSafe(E1, F1, G1, enemy))
@@ -105,6 +102,12 @@ Move* GenerateQuiet(Move* list, int side) {
     if ((pos.castleFlags & BlackQueenSide) && !(pos.occupied & blackQueenSidePath) && CastlingSquaresSafe(E8, D8, C8, enemy))
       *list++ = EncodeMove(E8, C8, King, 0, 0);
   }
+  return list;
+}
+
+Move* GenerateQuiet(Move* list, int side) {
+  const int enemy = side ^ 1;
+  list = AddCastling(list, side);
 
   const Bitboard empty = ~pos.occupied;
   list = AddPieceMoves(list, side, empty);
