@@ -19,3 +19,6 @@ inline int PopLowest(Bitboard& b) {
   b &= b - 1;
   return s;
 }
+
+// Shifts a bitboard by a signed amount (positive is towards h8).
+inline Bitboard Shift(Bitboard b, int delta) { return delta > 0 ? b << delta : b >> -delta; }

@@ -1,33 +1,11 @@
 // GenerateEvasions: only moves that get the king out of check, so the search can skip its own
 // legality test after making them.
 #include "board/bitboard.h"
+#include "board/legality.h"
 #include "board/makemove.h"
 #include "board/movegen.h"
 
 static inline int Captured(int to) { return pos.board[to] < 0 ? -pos.board[to] : pos.board[to]; }
-
-// Own pieces that stand alone between their king and an enemy slider on the same line.
-static Bitboard PinnedPieces(int side, int king) {
-  const Bitboard enemy = pos.colourOcc[side ^ 1];
-  Bitboard sliders = (pos.rooksQueens & enemy & (rankAttacks[king][0] | fileAttacks[king][0])) |
-                     (pos.bishopsQueens & enemy & (diagonalAttacks[king].attacksA1H8[0] | diagonalAttacks[king].attacksH1A8[0]));
-  Bitboard pinned = 0;
-  while (sliders) {
-    const Bitboard between = betweenMask[king][PopLowest(sliders)] & pos.occupied;
-    if (between && !(between & (between - 1)) && (between & pos.colourOcc[side])) pinned |= between;
-  }
-  return pinned;
-}
-
-// Taking en passant lifts two pawns off one rank or diagonal at once; the one case the pin test
-// cannot see is settled by playing the move.
-static bool EnPassantLegal(Move m, int side) {
-  SaveUndo(ScratchPly);
-  MakeMove(m, ScratchPly, side);
-  const bool legal = !KingAttacked(side);
-  UnmakeMove(m, ScratchPly, side);
-  return legal;
-}
 
 static inline Move* AddPawnEvasion(Move* list, int from, int to, int captured) {
   if (RankOf(to) == 0 || RankOf(to) == 7) {
@@ -46,11 +24,8 @@ Move* GenerateEvasions(Move* list, int side) {
   // to the taker: there is nothing to evade with, and moving "the king" from there would move
   // the taker's piece.
   if (!(pos.pieces[side][KingSlot] & squareMask[king])) return list;
-  const Bitboard* theirs = pos.pieces[enemy];
   const Bitboard enemyOcc = pos.colourOcc[enemy];
-  const Bitboard checkers = (theirs[PawnSlot] & pawnAttacks[side][king]) | (theirs[KnightSlot] & knightAttacks[king]) |
-                            (pos.bishopsQueens & enemyOcc & BishopAttacks(king)) |
-                            (pos.rooksQueens & enemyOcc & RookAttacks(king));
+  const Bitboard checkers = Checkers(side);
 
   // King moves. A slider's line runs on through the king's square, which the occupancy still
   // shows as blocked, so the square behind the king on a checking line is ruled out by direction.
@@ -70,7 +45,7 @@ Move* GenerateEvasions(Move* list, int side) {
   const int checker = LowestBit(checkers);
   const bool sliding = (pos.rooksQueens | pos.bishopsQueens) & checkers;
   const Bitboard target = checkers | (sliding ? betweenMask[checker][king] : 0);
-  const Bitboard pinned = PinnedPieces(side, king);
+  const Bitboard pinned = PinnedPieces(side);
   const Bitboard* mine = pos.pieces[side];
 
   for (Bitboard b = mine[KnightSlot] & ~pinned; b;) {

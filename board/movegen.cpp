@@ -3,45 +3,46 @@
 #include "board/bitboard.h"
 #include "board/makemove.h"
 
-static inline Move* AddMoves(Move* list, int from, Bitboard targets, int piece) {
+// `captures` says whether the targets hold enemy pieces (or are all empty).
+static inline Move* AddMoves(Move* list, int from, Bitboard targets, int piece, bool captures) {
   while (targets) {
     const int to = PopLowest(targets);
-    *list++ = EncodeMove(from, to, piece, 0, 0) | Move(pos.board[to] < 0 ? -pos.board[to] : pos.board[to]) << 15;
+    const int captured = captures ? (pos.board[to] < 0 ? -pos.board[to] : pos.board[to]) : 0;
+    *list++ = EncodeMove(from, to, piece, captured, 0);
   }
   return list;
 }
 
 // Knights, rooks, bishops, queens and king of `side`, onto `targets`.
-static inline Move* AddPieceMoves(Move* list, int side, Bitboard targets) {
+static inline Move* AddPieceMoves(Move* list, int side, Bitboard targets, bool captures) {
   const Bitboard* p = pos.pieces[side];
   for (Bitboard b = p[KnightSlot]; b;) {
     const int from = PopLowest(b);
-    list = AddMoves(list, from, knightAttacks[from] & targets, Knight);
+    list = AddMoves(list, from, knightAttacks[from] & targets, Knight, captures);
   }
   for (Bitboard b = p[RookSlot]; b;) {
     const int from = PopLowest(b);
-    list = AddMoves(list, from, RookAttacks(from) & targets, Rook);
+    list = AddMoves(list, from, RookAttacks(from) & targets, Rook, captures);
   }
   for (Bitboard b = p[BishopSlot]; b;) {
     const int from = PopLowest(b);
-    list = AddMoves(list, from, BishopAttacks(from) & targets, Bishop);
+    list = AddMoves(list, from, BishopAttacks(from) & targets, Bishop, captures);
   }
   for (Bitboard b = p[QueenSlot]; b;) {
     const int from = PopLowest(b);
-    list = AddMoves(list, from, QueenAttacks(from) & targets, Queen);
+    list = AddMoves(list, from, QueenAttacks(from) & targets, Queen, captures);
   }
   const int king = pos.kingSquare[side];
   // Only while the king stands there: a search from a board no game reaches can take it.
-  if (p[KingSlot] & squareMask[king]) list = AddMoves(list, king, kingAttacks[king] & targets, King);
+  if (p[KingSlot] & squareMask[king]) list = AddMoves(list, king, kingAttacks[king] & targets, King, captures);
   return list;
 }
 
-// Pawn moves along one step `delta` (to = from + delta) for every to-square in `targets`.
+// Pawn pushes along one step `delta` (to = from + delta) onto every (empty) square in `targets`.
 static inline Move* AddPawnMoves(Move* list, Bitboard targets, int delta, int promotion) {
   while (targets) {
     const int to = PopLowest(targets);
-    const int captured = pos.board[to] < 0 ? -pos.board[to] : pos.board[to];
-    *list++ = EncodeMove(to - delta, to, Pawn, captured, promotion);
+    *list++ = EncodeMove(to - delta, to, Pawn, 0, promotion);
   }
   return list;
 }
@@ -55,12 +56,9 @@ static inline Move* AddPawnPromotions(Move* list, Bitboard targets, int delta, c
   return list;
 }
 
-// Shifts a bitboard by a signed amount (positive is towards h8).
-static inline Bitboard Shift(Bitboard b, int delta) { return delta > 0 ? b << delta : b >> -delta; }
-
 Move* GenerateCaptures(Move* list, int side) {
   const Bitboard enemy = pos.colourOcc[side ^ 1];
-  list = AddPieceMoves(list, side, enemy);
+  list = AddPieceMoves(list, side, enemy, true);
 
   const Bitboard pawns = pos.pieces[side][PawnSlot];
   const int up = side == White ? 8 : -8;
@@ -92,7 +90,7 @@ static inline bool CastlingSquaresSafe(int a, int b, int c, int enemy) {
   return !SquareAttacked(a, enemy) && !SquareAttacked(b, enemy) && !SquareAttacked(c, enemy);
 }
 
-Move* GenerateQuiet(Move* list, int side) {
+Move* AddCastling(Move* list, int side) {
   const int enemy = side ^ 1;
   if (side == White) {
     if ((pos.castleFlags & WhiteKingSide) && !(pos.occupied & whiteKingSidePath) && CastlingSquaresSafe(E1, F1, G1, enemy))
@@ -105,9 +103,15 @@ Move* GenerateQuiet(Move* list, int side) {
     if ((pos.castleFlags & BlackQueenSide) && !(pos.occupied & blackQueenSidePath) && CastlingSquaresSafe(E8, D8, C8, enemy))
       *list++ = EncodeMove(E8, C8, King, 0, 0);
   }
+  return list;
+}
+
+Move* GenerateQuiet(Move* list, int side) {
+  const int enemy = side ^ 1;
+  list = AddCastling(list, side);
 
   const Bitboard empty = ~pos.occupied;
-  list = AddPieceMoves(list, side, empty);
+  list = AddPieceMoves(list, side, empty, false);
 
   const Bitboard pawns = pos.pieces[side][PawnSlot];
   const int up = side == White ? 8 : -8;

@@ -14,6 +14,8 @@ Move* GenerateCaptures(Move* list, int side);
 // squares, pawn double then single steps, capture under-promotions (R, B, N), push
 // under-promotions (N, R, B). SAN ties and book choices depend on this order.
 Move* GenerateQuiet(Move* list, int side);
+// The castling moves of `side`, king-side first: each is legal (the generators' first quiet moves).
+Move* AddCastling(Move* list, int side);
 // Only the moves that do not leave the mover's king attacked, captures first.
 Move* GenerateLegal(Move* list, int side);
 // Check evasions of `side`, which must be in check: king moves first, then (single check)

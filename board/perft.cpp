@@ -1,19 +1,24 @@
 #include "board/perft.h"
 
+#include "board/legality.h"
 #include "board/makemove.h"
 #include "board/movegen.h"
 
-static uint64_t PerftNode(int depth, int ply, int side) {
+// Flattened: make and unmake inlined into the loop are worth a sixth of the time.
+static __attribute__((flatten)) uint64_t PerftNode(int depth, int ply, int side, bool bulk) {
+  if (bulk && depth == 1) return CountLegalMoves(side);
   Move moves[MaxMoves];
   Move* end = GenerateQuiet(GenerateCaptures(moves, side), side);
+  const Bitboard toTest = MoversToTest(side);
   SaveUndo(ply);
   uint64_t nodes = 0;
   for (Move* m = moves; m < end; m++) {
     MakeMove(*m, ply, side);
-    if (!KingAttacked(side)) nodes += depth > 1 ? PerftNode(depth - 1, ply + 1, side ^ 1) : 1;
+    const bool test = (toTest & squareMask[MoveFrom(*m)]) || undoStack[ply].epCapture;
+    if (!test || !KingAttacked(side)) nodes += depth > 1 ? PerftNode(depth - 1, ply + 1, side ^ 1, bulk) : 1;
     UnmakeMove(*m, ply, side);
   }
   return nodes;
 }
 
-uint64_t Perft(int depth, int side, int ply) { return depth < 1 ? 1 : PerftNode(depth, ply, side); }
+uint64_t Perft(int depth, int side, int ply, bool bulk) { return depth < 1 ? 1 : PerftNode(depth, ply, side, bulk); }

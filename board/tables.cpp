@@ -37,9 +37,7 @@ const int rot45H1A8[64] = {
   36, 29, 22, 16, 11,  7,  4,  2,
   28, 21, 15, 10,  6,  3,  1,  0};
 
-Bitboard maskR90[64], clearR90[64];
-Bitboard maskA1H8[64], clearA1H8[64];
-Bitboard maskH1A8[64], clearH1A8[64];
+OccupancyMasks occupancyMask[64];
 Bitboard rankAttacks[64][256];
 Bitboard fileAttacks[64][256];
 DiagonalAttacks diagonalAttacks[64];
@@ -127,12 +125,7 @@ void InitTables() {
   }
   for (int s = 0; s < 64; s++) {
     squareMask[s] = 1ULL << s;
-    maskR90[s] = 1ULL << rot90[s];
-    maskA1H8[s] = 1ULL << rot45A1H8[s];
-    maskH1A8[s] = 1ULL << rot45H1A8[s];
-    clearR90[s] = ~maskR90[s];
-    clearA1H8[s] = ~maskA1H8[s];
-    clearH1A8[s] = ~maskH1A8[s];
+    occupancyMask[s] = {squareMask[s], 1ULL << rot90[s], 1ULL << rot45A1H8[s], 1ULL << rot45H1A8[s]};
   }
 
   static const int identity[64] = {

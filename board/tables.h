@@ -27,10 +27,12 @@ extern const int rot90[64];
 extern const int rot45A1H8[64];
 extern const int rot45H1A8[64];
 
-// 1 at the rotated index of a square, and its complement.
-extern Bitboard maskR90[64], clearR90[64];
-extern Bitboard maskA1H8[64], clearA1H8[64];
-extern Bitboard maskH1A8[64], clearH1A8[64];
+// A square's bit in `occupied` and at its rotated index in each rotated occupancy, in the order
+// those four fields have in Position, so that one record updates all four.
+struct OccupancyMasks {
+  Bitboard normal, r90, a1h8, h1a8;
+};
+extern OccupancyMasks occupancyMask[64];
 
 // Sliding attacks by square and by the 8-bit occupancy of the line through it.
 // Rank pattern: bit i is file i. File pattern: bit i is rank 7 - i (the ROT90 byte order).

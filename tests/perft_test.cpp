@@ -1,6 +1,7 @@
-// Move-tree counts against published figures, by two paths: the search's walk (pseudo-legal
-// moves, own-king test after each, every leaf made and unmade) and the legal generators (the
-// evasion generator when in check) counting the last ply by list length.
+// Move-tree counts against published figures, by three paths: the search's walk (pseudo-legal
+// moves, own-king test where needed, every leaf made and unmade), the same walk counting the last
+// ply in bulk, and the legal generators (the evasion generator when in check) counting the last
+// ply by list length.
 //
 // Each position is counted at the deepest listed depth that fits a node budget, so a file of a
 // few deep positions is walked deep and the big file of thousands is walked broad. Sanitizer
@@ -48,10 +49,11 @@ std::string FenFields(const std::string& text) {
 }
 
 // Counts each line "FEN ;D1 n ;D2 n ..." of the file by Perft at the deepest listed depth whose
-// count fits `searchBudget`, and by LegalCount likewise within `legalBudget`. Positions no
-// listed depth fits are left out.
+// count fits `searchBudget` (with and without bulk counting), and by LegalCount likewise within
+// `legalBudget`. Positions no listed depth fits are left out.
 void CheckFile(const char* name, uint64_t searchBudget, uint64_t legalBudget) {
-  const uint64_t budgets[2] = {searchBudget / BudgetDivisor, legalBudget / BudgetDivisor};
+  static const char* const pathNames[3] = {" Perft", " LegalCount", " bulk Perft"};
+  const uint64_t budgets[3] = {searchBudget / BudgetDivisor, legalBudget / BudgetDivisor, searchBudget / BudgetDivisor};
   std::ifstream in(std::string(OSTREL_TEST_DATA) + "/perft/" + name);
   int counted = 0, mismatched = 0;
   std::string text;
@@ -60,13 +62,13 @@ void CheckFile(const char* name, uint64_t searchBudget, uint64_t legalBudget) {
     if (semicolon == std::string::npos) continue;
     const std::string fen = text.substr(0, semicolon);
     const std::string where = std::string(name) + ":" + std::to_string(number) + " " + fen;
-    int depth[2] = {0, 0};
-    uint64_t listed[2] = {0, 0};
+    int depth[3] = {0, 0, 0};
+    uint64_t listed[3] = {0, 0, 0};
     for (size_t at = text.find(";D", semicolon); at != std::string::npos; at = text.find(";D", at + 2)) {
       char* end = nullptr;
       const int d = int(strtol(text.c_str() + at + 2, &end, 10));
       const uint64_t count = strtoull(end, nullptr, 10);
-      for (int path = 0; path < 2; path++)
+      for (int path = 0; path < 3; path++)
         if (count <= budgets[path] && d > depth[path]) depth[path] = d, listed[path] = count;
     }
     if (depth[0] == 0) continue;
@@ -76,10 +78,11 @@ void CheckFile(const char* name, uint64_t searchBudget, uint64_t legalBudget) {
     ASSERT_EQ(FenFields(PositionToEpd()), FenFields(fen)) << where;
     const Position before = ostrel_test::SnapshotPosition();
     bool wrong = false;
-    for (int path = 0; path < 2 && depth[path]; path++) {
-      const uint64_t found = path ? LegalCount(depth[1], 0, pos.sideToMove) : Perft(depth[0], pos.sideToMove);
+    for (int path = 0; path < 3 && depth[path]; path++) {
+      const uint64_t found =
+          path == 1 ? LegalCount(depth[1], 0, pos.sideToMove) : Perft(depth[path], pos.sideToMove, 0, path == 2);
       wrong |= found != listed[path];
-      EXPECT_EQ(found, listed[path]) << where << (path ? " LegalCount" : " Perft") << " depth " << depth[path];
+      EXPECT_EQ(found, listed[path]) << where << pathNames[path] << " depth " << depth[path];
       ASSERT_EQ(ostrel_test::DiffPositions(before, pos), "") << where << " after counting";
     }
     // One generator fault shows up in thousands of positions; the first few say enough.

@@ -1,8 +1,9 @@
 // ostrel-perft: leaf counts of the move tree, for correctness (against published counts) and for
 // measuring the speed of generation and make/unmake.
 //
-//   ostrel-perft FEN DEPTH [--divide]
-//   ostrel-perft --suite FILE [--max-depth N]     lines "FEN ;D1 n ;D2 n ..."
+//   ostrel-perft FEN DEPTH [--divide] [--bulk]
+//   ostrel-perft --suite FILE [--max-depth N] [--bulk]     lines "FEN ;D1 n ;D2 n ..."
+// --bulk counts the legal moves of the last ply without making them.
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -25,7 +26,7 @@ static void Report(uint64_t nodes, double seconds) {
          seconds > 0 ? nodes / seconds / 1e6 : 0.0);
 }
 
-static void Divide(int depth) {
+static void Divide(int depth, bool bulk) {
   const int side = pos.sideToMove;
   Move moves[MaxMoves];
   Move* end = GenerateLegal(moves, side);
@@ -34,7 +35,7 @@ static void Divide(int depth) {
   SaveUndo(0);
   for (Move* m = moves; m < end; m++) {
     MakeMove(*m, 0, side);
-    const uint64_t n = depth > 1 ? Perft(depth - 1, side ^ 1, 1) : 1;
+    const uint64_t n = depth > 1 ? Perft(depth - 1, side ^ 1, 1, bulk) : 1;
     UnmakeMove(*m, 0, side);
     printf("%s %llu\n", CoordinateText(*m), (unsigned long long)n);
     total += n;
@@ -42,7 +43,7 @@ static void Divide(int depth) {
   Report(total, Seconds() - start);
 }
 
-static int RunSuite(const char* file, int maxDepth) {
+static int RunSuite(const char* file, int maxDepth, bool bulk) {
   FILE* in = fopen(file, "r");
   if (!in) {
     printf("Cannot open file %s\n", file);
@@ -63,7 +64,7 @@ static int RunSuite(const char* file, int maxDepth) {
       const char* count = strchr(d, ' ');
       if (!count || depth > maxDepth) continue;
       const uint64_t expected = strtoull(count, nullptr, 10);
-      const uint64_t nodes = Perft(depth, pos.sideToMove);
+      const uint64_t nodes = Perft(depth, pos.sideToMove, 0, bulk);
       total += nodes;
       if (nodes != expected) {
         failures++;
@@ -78,24 +79,33 @@ static int RunSuite(const char* file, int maxDepth) {
   return failures ? 1 : 0;
 }
 
+static bool HasOption(int argc, char** argv, const char* name) {
+  for (int i = 3; i < argc; i++)
+    if (!strcmp(argv[i], name)) return true;
+  return false;
+}
+
 int main(int argc, char** argv) {
   InitBoardTables();
+  const bool bulk = HasOption(argc, argv, "--bulk");
   if (argc >= 3 && !strcmp(argv[1], "--suite")) {
-    const int maxDepth = argc >= 5 && !strcmp(argv[3], "--max-depth") ? atoi(argv[4]) : 99;
-    return RunSuite(argv[2], maxDepth);
+    int maxDepth = 99;
+    for (int i = 3; i + 1 < argc; i++)
+      if (!strcmp(argv[i], "--max-depth")) maxDepth = atoi(argv[i + 1]);
+    return RunSuite(argv[2], maxDepth, bulk);
   }
   if (argc < 3) {
-    printf("usage: ostrel-perft FEN DEPTH [--divide]\n       ostrel-perft --suite FILE [--max-depth N]\n");
+    printf("usage: ostrel-perft FEN DEPTH [--divide] [--bulk]\n       ostrel-perft --suite FILE [--max-depth N] [--bulk]\n");
     return 2;
   }
   SetPosition(argv[1]);
   const int depth = atoi(argv[2]);
-  if (argc >= 4 && !strcmp(argv[3], "--divide")) {
-    Divide(depth);
+  if (HasOption(argc, argv, "--divide")) {
+    Divide(depth, bulk);
     return 0;
   }
   const double start = Seconds();
-  const uint64_t nodes = Perft(depth, pos.sideToMove);
+  const uint64_t nodes = Perft(depth, pos.sideToMove, 0, bulk);
   Report(nodes, Seconds() - start);
   return 0;
 }
