@@ -145,7 +145,10 @@ bool ExitedWith(EngineProcess& e, int status, int timeoutMs) {
 }
 
 void StopEngine(EngineProcess& e) {
+  // Asked to quit before it is killed: only an engine that ends by itself writes out what a
+  // coverage build counted, and the sessions left running are most of what covers UCI.
   Reap(e, false);
+  if (e.pid > 0 && !e.exited && Send(e, "quit")) WaitForExit(e, 2000);
   if (e.pid > 0 && !e.exited) {
     kill(e.pid, SIGKILL);
     Reap(e, true);

@@ -97,11 +97,7 @@ TEST(ValidMove, AcceptsExactlyTheGeneratedMoves) {
   };
   const std::vector<std::string> suite = ostrel_test::ReadEpdPositions("perft/perftsuite.epd");
   ASSERT_FALSE(suite.empty());
-#ifdef OSTREL_SANITIZE
-  for (size_t game = 0; game < 12; game++) starts.push_back(suite[(game * 7) % suite.size()]);
-#else
-  for (size_t game = 0; game < 24; game++) starts.push_back(suite[(game * 7) % suite.size()]);
-#endif
+  for (size_t game = 0; game < (OSTREL_SANITIZED ? 12 : 24); game++) starts.push_back(suite[(game * 7) % suite.size()]);
   ostrel_test::TestRandom random(11);
   Moves elsewhere;  // moves of earlier positions, as killers and hash moves are
   for (size_t game = 0; game < starts.size(); game++) {
