@@ -23,7 +23,7 @@ struct EngineProcess {
   EngineProcess() = default;
   EngineProcess(const EngineProcess&) = delete;
   EngineProcess& operator=(const EngineProcess&) = delete;
-  ~EngineProcess();
+  ~EngineProcess();  // asks the engine to quit, kills it if it still runs, and reaps it
 };
 
 typedef std::function<bool(const std::string&)> LineTest;
@@ -52,8 +52,6 @@ bool WaitForPrefix(EngineProcess& e, const std::string& prefix, int timeoutMs, s
 bool WaitForExit(EngineProcess& e, int timeoutMs);
 // Waits for the process to end by itself with this exit status.
 bool ExitedWith(EngineProcess& e, int status, int timeoutMs = EngineReplyMs);
-// Asks the process to quit, kills it if it still runs, and reaps it.
-void StopEngine(EngineProcess& e);
 
 // The last `count` lines written, for failure messages.
 std::string Tail(const EngineProcess& e, size_t count = 40);

@@ -10,6 +10,7 @@
 #include "board/fen.h"
 #include "board/game.h"
 #include "board/movegen.h"
+#include "board/notation.h"
 #include "board/repetition.h"
 #include "tests/capture.h"
 #include "tests/encode.h"
@@ -19,7 +20,6 @@ namespace {
 
 using ostrel_test::DiffPositions;
 using ostrel_test::M;
-using ostrel_test::MoveText;
 using ostrel_test::SnapshotPosition;
 
 constexpr int GamesPerStart = OSTREL_SANITIZED ? 2 : 6;
@@ -56,8 +56,8 @@ TEST(MakeUnmake, EveryPseudoLegalMoveKeepsThePositionSoundAndUnmakesToTheByte) {
           MakeMove(m, 1, side);
           const std::string fault = PositionFault(side ^ 1);
           UnmakeMove(m, 1, side);
-          ASSERT_EQ(fault, "") << "after " << MoveText(m) << " in " << PositionToEpd();
-          ASSERT_EQ(DiffPositions(before, pos), "") << "unmaking " << MoveText(m) << " in " << PositionToEpd();
+          ASSERT_EQ(fault, "") << "after " << CoordinateText(m) << " in " << PositionToEpd();
+          ASSERT_EQ(DiffPositions(before, pos), "") << "unmaking " << CoordinateText(m) << " in " << PositionToEpd();
         }
       } while (g.Plies() < MaxGamePlies && PopCount(pos.occupied) > 2 && g.Play());
       // Taking the whole game back through its undo records restores the start exactly.
@@ -104,7 +104,7 @@ TEST(MakeUnmake, SpotCases) {
   };
   for (const auto& c : cases) {
     ostrel_test::SetPositionQuietly(c.fen);
-    const std::string where = MoveText(c.move) + " in " + c.fen;
+    const std::string where = std::string(CoordinateText(c.move)) + " in " + c.fen;
     ASSERT_TRUE(IsValidMove(c.move, c.side)) << where;
     const Position before = SnapshotPosition();
     SaveUndo(0);
@@ -141,12 +141,12 @@ TEST_F(GameHistory, PlayAndTakeBackRestoreThePositionAndTheAge) {
     Move* end = GenerateLegal(legal, side);
     ASSERT_NE(end, legal);
     const Move m = legal[random.Below(uint32_t(end - legal))];
-    ASSERT_TRUE(PlayGameMove(MoveFrom(m), MoveTo(m), MovePromotion(m))) << MoveText(m);
+    ASSERT_TRUE(PlayGameMove(MoveFrom(m), MoveTo(m), MovePromotion(m))) << CoordinateText(m);
     EXPECT_EQ(gameRecord.moveCount, n);
     EXPECT_EQ(pos.ttAge, n & 7);
     EXPECT_EQ(pos.sideToMove, side ^ 1);
     EXPECT_EQ(gameRecord.slots[n - 1].move, m);
-    ASSERT_STREQ(PositionFault(pos.sideToMove), "") << "after " << MoveText(m);
+    ASSERT_STREQ(PositionFault(pos.sideToMove), "") << "after " << CoordinateText(m);
   }
   for (int n = Moves - 1; n >= 0; n--) {
     UndoMove();

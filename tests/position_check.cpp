@@ -1,6 +1,5 @@
 #include "tests/position_check.h"
 
-#include <cstdio>
 #include <cstring>
 #include <fstream>
 
@@ -139,19 +138,6 @@ bool RandomGame::Undo() {
   pos.sideToMove = side_;
   history_.pop_back();
   return true;
-}
-
-std::string MoveText(Move m) {
-  std::string text;
-  for (int s : {MoveFrom(m), MoveTo(m)}) {
-    text += char('a' + FileOf(s));
-    text += char('1' + RankOf(s));
-  }
-  if (MovePromotion(m)) text += "?pnbrqk?"[MovePromotion(m)];
-  char fields[48];
-  snprintf(fields, sizeof fields, " (piece %d, captured %d, promotion %d)", MovePiece(m), MoveCaptured(m),
-           MovePromotion(m));
-  return text + fields;
 }
 
 }  // namespace ostrel_test

@@ -78,6 +78,4 @@ class RandomGame {
   std::vector<Played> history_;
 };
 
-std::string MoveText(Move m);  // "e2e4", "e7e8q": for failure messages
-
 }  // namespace ostrel_test
