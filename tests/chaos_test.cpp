@@ -18,7 +18,6 @@
 #include <vector>
 
 #include "board/fen.h"
-#include "board/makemove.h"
 #include "board/movegen.h"
 #include "tests/engine_process.h"
 #include "tests/position_check.h"
@@ -58,26 +57,22 @@ void NewGame(GameState& r) {
 // An edit session that sets up the position of a short random game with the interpreter's side
 // to move, as xboard sends it; the referee takes the same position.
 std::vector<std::string> EditSession(GameState& r, TestRandom& random) {
-  std::unique_lock<std::mutex> hold(boardLock);
-  for (;;) {
-    SetInitialPosition();
-    const int plies = int(random.Below(60));
-    for (int i = 0; i < plies; i++) {
-      Move list[MaxMoves];
-      const int n = int(GenerateLegal(list, pos.sideToMove) - list);
-      if (n == 0) break;
-      const int side = pos.sideToMove;
-      SaveUndo(0);
-      MakeMove(list[random.Below(uint32_t(n))], 0, side);
-      pos.sideToMove = side ^ 1;
+  bool inCheck = true;  // the side not to move may not stand in check
+  while (inCheck) {
+    StartReferee(r.game);
+    for (int plies = int(random.Below(60)); plies > 0 && r.game.result.empty(); plies--) {
+      const std::vector<Move> legal = LegalMoves(r.game, r.game.board.sideToMove);
+      Play(r.game, legal[random.Below(uint32_t(legal.size()))]);
     }
-    if (!KingAttacked(r.engineSide ^ 1)) break;  // the side not to move may not stand in check
+    std::lock_guard<std::mutex> hold(boardLock);
+    pos = r.game.board;
+    inCheck = KingAttacked(r.engineSide ^ 1);
   }
   std::vector<std::string> lines = {"edit", "#", "Kz9"};
   for (int colour : {White, Black}) {
     if (colour == Black) lines.push_back("c");
     for (int s = 0; s < 64; s++) {
-      const int piece = pos.board[s];
+      const int piece = r.game.board.board[s];
       if (piece == 0 || (piece > 0) != (colour == White)) continue;
       const char letter = "?PNBRQK"[piece > 0 ? piece : -piece];
       lines.push_back(std::string(1, random.Below(2) ? letter : char(letter + 32)) + char('a' + s % 8) +
@@ -86,8 +81,7 @@ std::vector<std::string> EditSession(GameState& r, TestRandom& random) {
   }
   lines.push_back(".");
   // Edit mode keeps no castling rights or en-passant square: the placement alone, and its side.
-  const std::string epd = PositionToEpd();
-  hold.unlock();
+  const std::string& epd = r.game.seen.back();
   StartReferee(r.game, epd.substr(0, epd.find(' ')) + (r.engineSide == White ? " w" : " b"));
   r.force = false;
   return lines;
