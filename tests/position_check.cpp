@@ -10,13 +10,6 @@
 
 namespace ostrel_test {
 
-namespace {
-
-const char* const sideNames[2] = {"Black", "White"};
-const char* const slotNames[6] = {"pawns", "rooks", "knights", "bishops", "queens", "king"};
-
-}  // namespace
-
 std::string DiffPositions(const Position& a, const Position& b) {
   if (!memcmp(&a, &b, sizeof a)) return "";
   // Listed field by field so a failure says where; the last line catches padding.
@@ -25,7 +18,7 @@ std::string DiffPositions(const Position& a, const Position& b) {
   for (int side = 0; side < 2; side++)
     for (int slot = 0; slot < 6; slot++)
       if (a.pieces[side][slot] != b.pieces[side][slot])
-        return std::string("pieces[") + sideNames[side] + "][" + slotNames[slot] + "]";
+        return "pieces[" + std::to_string(side) + "][" + std::to_string(slot) + "]";
   OSTREL_DIFF(epSquare)
   OSTREL_DIFF(sideToMove)
   OSTREL_DIFF(castleFlags)
