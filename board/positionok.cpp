@@ -24,26 +24,20 @@ static void Fail(const char* format, ...) {
   va_end(args);
 }
 
+enum Shown { AsBits, AsNumber };
+
 // The field's name is formatted only when it disagrees: naming every field on every call would
 // cost more than the check itself.
-static void CompareBits(uint64_t have, uint64_t want, const char* field, ...) {
+static void Compare(Shown shown, int64_t have, int64_t want, const char* field, ...) {
   if (have == want || fault[0]) return;
   char name[48];
   va_list args;
   va_start(args, field);
   vsnprintf(name, sizeof name, field, args);
   va_end(args);
-  Fail("%s: have 0x%016" PRIX64 ", want 0x%016" PRIX64, name, have, want);
-}
-
-static void CompareInt(long long have, long long want, const char* field, ...) {
-  if (have == want || fault[0]) return;
-  char name[48];
-  va_list args;
-  va_start(args, field);
-  vsnprintf(name, sizeof name, field, args);
-  va_end(args);
-  Fail("%s: have %lld, want %lld", name, have, want);
+  if (shown == AsBits)
+    Fail("%s: have 0x%016" PRIX64 ", want 0x%016" PRIX64, name, uint64_t(have), uint64_t(want));
+  else Fail("%s: have %" PRId64 ", want %" PRId64, name, have, want);
 }
 
 const char* PositionFault(int sideToMove) {
@@ -71,37 +65,39 @@ const char* PositionFault(int sideToMove) {
   Bitboard colour[2] = {0, 0}, rooksQueens = 0, bishopsQueens = 0;
   for (int side = Black; side <= White; side++) {
     for (int slot = 0; slot < 6; slot++) {
-      CompareBits(pos.pieces[side][slot], pieces[side][slot], "pieces[%s][%s]", sideNames[side], slotNames[slot]);
+      Compare(AsBits, pos.pieces[side][slot], pieces[side][slot], "pieces[%s][%s]", sideNames[side],
+              slotNames[slot]);
       colour[side] |= pieces[side][slot];
     }
     rooksQueens |= pieces[side][RookSlot] | pieces[side][QueenSlot];
     bishopsQueens |= pieces[side][BishopSlot] | pieces[side][QueenSlot];
   }
   const Bitboard occupied = colour[White] | colour[Black];
-  CompareBits(pos.colourOcc[White], colour[White], "colourOcc[White]");
-  CompareBits(pos.colourOcc[Black], colour[Black], "colourOcc[Black]");
-  CompareBits(pos.occupied, occupied, "occupied");
-  CompareBits(pos.occupiedR90, MapBitboard(occupied, rot90), "occupiedR90");
-  CompareBits(pos.occupiedA1H8, MapBitboard(occupied, rot45A1H8), "occupiedA1H8");
-  CompareBits(pos.occupiedH1A8, MapBitboard(occupied, rot45H1A8), "occupiedH1A8");
-  CompareBits(pos.rooksQueens, rooksQueens, "rooksQueens");
-  CompareBits(pos.bishopsQueens, bishopsQueens, "bishopsQueens");
+  Compare(AsBits, pos.colourOcc[White], colour[White], "colourOcc[White]");
+  Compare(AsBits, pos.colourOcc[Black], colour[Black], "colourOcc[Black]");
+  Compare(AsBits, pos.occupied, occupied, "occupied");
+  Compare(AsBits, pos.occupiedR90, MapBitboard(occupied, rot90), "occupiedR90");
+  Compare(AsBits, pos.occupiedA1H8, MapBitboard(occupied, rot45A1H8), "occupiedA1H8");
+  Compare(AsBits, pos.occupiedH1A8, MapBitboard(occupied, rot45H1A8), "occupiedH1A8");
+  Compare(AsBits, pos.rooksQueens, rooksQueens, "rooksQueens");
+  Compare(AsBits, pos.bishopsQueens, bishopsQueens, "bishopsQueens");
 
   for (int side = Black; side <= White; side++) {
     const char* name = sideNames[side];
     const Bitboard king = pieces[side][KingSlot];
-    CompareInt(pos.kingSquare[side], king ? LowestBit(king) : 0, "kingSquare[%s]", name);
-    CompareInt(pos.pieceCount[side], count[side][Knight] + count[side][Bishop] + count[side][Rook] + count[side][Queen],
-               "pieceCount[%s]", name);
-    CompareInt(pos.pawnCount[side], count[side][Pawn], "pawnCount[%s]", name);
+    Compare(AsNumber, pos.kingSquare[side], king ? LowestBit(king) : 0, "kingSquare[%s]", name);
+    Compare(AsNumber, pos.pieceCount[side],
+            count[side][Knight] + count[side][Bishop] + count[side][Rook] + count[side][Queen], "pieceCount[%s]", name);
+    Compare(AsNumber, pos.pawnCount[side], count[side][Pawn], "pawnCount[%s]", name);
     for (int type = Pawn; type <= Queen; type++)
-      CompareInt(pos.typeCount[side][type], count[side][type], "typeCount[%s][%d]", name, type);
+      Compare(AsNumber, pos.typeCount[side][type], count[side][type], "typeCount[%s][%d]", name, type);
   }
-  CompareInt(pos.material, material, "material");
-  CompareInt(pos.psqScore, ComputePsqScore(), "psqScore");
+  Compare(AsNumber, pos.material, material, "material");
+  Compare(AsNumber, pos.psqScore, ComputePsqScore(), "psqScore");
   const bool eitherKey = sideToMove == AnySide && pos.hashKey == (hash ^ blackToMoveKey);
-  if (!eitherKey) CompareBits(pos.hashKey, hash ^ (sideToMove == Black ? blackToMoveKey : whiteToMoveKey), "hashKey");
-  CompareBits(pos.pawnKey, pawns, "pawnKey");
+  if (!eitherKey)
+    Compare(AsBits, pos.hashKey, hash ^ (sideToMove == Black ? blackToMoveKey : whiteToMoveKey), "hashKey");
+  Compare(AsBits, pos.pawnKey, pawns, "pawnKey");
 
   // Make clears rights by square, which is only right while every right has its pieces at home.
   static const struct { uint32_t flag; int king, kingValue, rook, rookValue; } rights[4] = {

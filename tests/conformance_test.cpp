@@ -133,6 +133,11 @@ const std::vector<Session> sessions = {
     {"AnalysisFollowsTheMovesAndExitEndsTheProcess", {},
      {"> new", "> force", "> analyze", "3.\t*", "> e2e4",
       "epd diagram : rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3", "> exit"}},
+    // 1:30 reads as 6030 seconds (the seconds' digits are appended), 150 s for the move: longer
+    // than any wait here, so the move comes only from "?", and quit must end the next think.
+    {"MoveNowAndQuitEndALongThink", {},
+     {"> new", "> level 40 1:30 0", "> white", "> go", "epd diagram : *", "> ?", "move *", "> e7e5",
+      "epd diagram : *", "!move *"}},
     {"PonderingEndsWhenTheOpponentMoves", {},
      {"> new", "> hard", "> e2e4", "move *", "Starting pondering :", "> g1f3", "move *"}},
     // Garbage, bytes of every value, long lines, moves in other notations or with impossible squares,

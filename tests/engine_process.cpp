@@ -144,20 +144,19 @@ bool ExitedWith(EngineProcess& e, int status, int timeoutMs) {
   return WaitForExit(e, timeoutMs) && WIFEXITED(e.waitStatus) && WEXITSTATUS(e.waitStatus) == status;
 }
 
-void StopEngine(EngineProcess& e) {
-  Reap(e, false);
-  if (e.pid > 0 && !e.exited) {
-    kill(e.pid, SIGKILL);
-    Reap(e, true);
+// Asked to quit before it is killed: only an engine that ends by itself writes out what a
+// coverage build counted, and the sessions tests leave running are most of what covers UCI.
+EngineProcess::~EngineProcess() {
+  Reap(*this, false);
+  if (pid > 0 && !exited && Send(*this, "quit")) WaitForExit(*this, 2000);
+  if (pid > 0 && !exited) {
+    kill(pid, SIGKILL);
+    Reap(*this, true);
   }
-  if (e.toEngine >= 0) close(e.toEngine);
-  if (e.fromEngine >= 0) close(e.fromEngine);
-  e.toEngine = e.fromEngine = -1;
-  if (!e.scratchDir.empty()) RemoveScratchDirectory(e.scratchDir);
-  e.scratchDir.clear();
+  if (toEngine >= 0) close(toEngine);
+  if (fromEngine >= 0) close(fromEngine);
+  if (!scratchDir.empty()) RemoveScratchDirectory(scratchDir);
 }
-
-EngineProcess::~EngineProcess() { StopEngine(*this); }
 
 std::string Tail(const EngineProcess& e, size_t count) {
   std::string text;

@@ -23,17 +23,13 @@ struct EngineProcess {
   EngineProcess() = default;
   EngineProcess(const EngineProcess&) = delete;
   EngineProcess& operator=(const EngineProcess&) = delete;
-  ~EngineProcess();
+  ~EngineProcess();  // asks the engine to quit, kills it if it still runs, and reaps it
 };
 
 typedef std::function<bool(const std::string&)> LineTest;
 
 // How long a test waits on the engine before it calls it hung; the sanitizers slow it tenfold.
-#ifdef OSTREL_SANITIZE
-constexpr int EngineReplyMs = 120000;
-#else
-constexpr int EngineReplyMs = 30000;
-#endif
+constexpr int EngineReplyMs = OSTREL_SANITIZED ? 120000 : 30000;
 
 // Starts the engine of this build tree with these arguments in a fresh scratch directory, so that
 // the files it deletes or looks for at start-up are never the developer's.
@@ -56,8 +52,6 @@ bool WaitForPrefix(EngineProcess& e, const std::string& prefix, int timeoutMs, s
 bool WaitForExit(EngineProcess& e, int timeoutMs);
 // Waits for the process to end by itself with this exit status.
 bool ExitedWith(EngineProcess& e, int status, int timeoutMs = EngineReplyMs);
-// Kills the process if it still runs and reaps it.
-void StopEngine(EngineProcess& e);
 
 // The last `count` lines written, for failure messages.
 std::string Tail(const EngineProcess& e, size_t count = 40);

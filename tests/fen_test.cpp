@@ -61,7 +61,7 @@ TEST(FenDecode, MessagesSideCastlingAndEnPassant) {
     EXPECT_EQ(c.castle, pos.castleFlags) << c.fen;
     EXPECT_EQ(c.ep, pos.epSquare) << c.fen;
     if (c.messages.empty()) {
-      EXPECT_EQ("", ostrel_test::CheckPosition()) << c.fen;
+      EXPECT_STREQ("", PositionFault(pos.sideToMove)) << c.fen;
     }
   }
   // Unknown placement characters are skipped.
@@ -70,11 +70,11 @@ TEST(FenDecode, MessagesSideCastlingAndEnPassant) {
   // A promoted army makes counts and material differ from anything a start position gives.
   EXPECT_EQ("", SetPositionQuietly("QQ2k3/1P6/8/8/8/8/3q1n2/RN2K2b b - -"));
   EXPECT_EQ(2 * 9000 + 1000 + 5000 + 3000 - 9000 - 3000 - 3000, pos.material);
-  EXPECT_EQ("", ostrel_test::CheckPosition());
+  EXPECT_STREQ("", PositionFault(pos.sideToMove));
   pos.ttAge = 5;
   SetInitialPosition();
   EXPECT_EQ(0, pos.ttAge);
-  EXPECT_EQ("", ostrel_test::CheckPosition());
+  EXPECT_STREQ("", PositionFault(pos.sideToMove));
 }
 
 // Catches wrong run lengths, letters, rights or en-passant text, and a having-castled flag

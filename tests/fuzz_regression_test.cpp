@@ -20,8 +20,6 @@
 
 namespace {
 
-using ostrel_test::CheckPosition;
-
 // After an unknown move the interpreter searches for the side not to move (the protocol keeps
 // that flip), which can take a king whose side stands in check. The search then moved "the king"
 // from the taker's square, and the occupancy no longer matched the board once it was over.
@@ -65,7 +63,7 @@ TEST(FuzzRegression, OddTextDecodesSoundly) {
   for (size_t n = 0; n <= full.size(); n++) texts.push_back(full.substr(0, n));
   for (const std::string& text : texts) {
     ostrel_test::SetPositionQuietly(text);
-    EXPECT_EQ(CheckPosition(), "") << text.substr(0, 40);
+    EXPECT_STREQ(PositionFault(pos.sideToMove), "") << text.substr(0, 40);
   }
   const std::vector<std::string> tokens = {
       std::string(Huge, 'N'), "e4" + std::string(Huge, '+'), "O-O" + std::string(Huge, 'O'), random, "",
@@ -93,7 +91,7 @@ TEST(FuzzRegression, PositionsCrowdedWithQueensFitTheMoveLists) {
   Move legal[MaxMoves];
   EXPECT_NE(move, 0u);
   EXPECT_GT(GenerateLegal(legal, White) - legal, 256);
-  EXPECT_EQ(CheckPosition(), "");
+  EXPECT_STREQ(PositionFault(pos.sideToMove), "");
 }
 
 }  // namespace

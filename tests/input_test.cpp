@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -126,39 +127,33 @@ TEST_F(PipedInput, QueueKeepsSixtyLinesAndDispatchesOldestFirst) {
 }
 
 // What each line does as it is read, by the engine's state: whether it ends the search, reaches
-// the interpreter, and what it writes besides its echo.
+// the interpreter, and what it writes besides its echo. Each row holds lines ('|' between them)
+// that act alike.
 TEST_F(PipedInput, LinesAreScreenedAsTheyArrive) {
   const struct {
     int searching, pondering, analyze;
-    const char* line;
+    const char* lines;
     bool stops, queued;
     const char* writes;
     int forceAfter;
   } cases[] = {
       // The game changes under the search: it stops, and the interpreter gets the line.
-      {1, 0, 0, "undo", true, true, "", 0},     {0, 0, 0, "remove", true, true, "", 0},
-      {1, 0, 0, "edit", true, true, "", 0},     {1, 0, 0, "black", true, true, "", 0},
-      {1, 0, 0, "white", true, true, "", 0},    {1, 0, 0, "time", true, true, "", 0},
-      {1, 0, 0, "otim", true, true, "", 0},     {1, 0, 0, "analyze", true, true, "", 0},
+      {1, 0, 0, "undo|edit|black|white|time|otim|analyze", true, true, "", 0}, {0, 0, 0, "remove", true, true, "", 0},
       // Only the whole line counts: arguments, case and blanks make it an ordinary line.
-      {1, 0, 0, "time 100", false, true, "", 0}, {1, 0, 0, "Undo", false, true, "", 0},
-      {1, 0, 0, "undo ", false, true, "", 0},   {1, 0, 0, "Quit", false, true, "", 0},
-      {1, 0, 0, "?!", false, true, "", 0},
+      {1, 0, 0, "time 100|Undo|undo |Quit|?!", false, true, "", 0},
       // Move now and the banner act at once and go no further.
-      {1, 0, 0, "?", true, false, "", 0},       {0, 0, 0, "version", false, false, banner, 0},
+      {1, 0, 0, "?", true, false, "", 0}, {0, 0, 0, "version", false, false, banner, 0},
       // Searching, force only asks for the move; idle, it is force mode at once.
-      {1, 0, 0, "force", true, false, "", 0},   {1, 1, 0, "force", true, false, "", 0},
+      {1, 0, 0, "force", true, false, "", 0}, {1, 1, 0, "force", true, false, "", 0},
       {0, 0, 0, "force", true, true, "", 1},
       // The opponent's move ends a ponder or analysis search, not the engine's own think.
-      {1, 1, 0, "e2e4", true, true, "", 0},     {1, 0, 1, "g7g8q", true, true, "", 0},
-      {1, 1, 0, "a1h8 extra", true, true, "", 0}, {1, 0, 0, "e2e4", false, true, "", 0},
-      {0, 1, 0, "e2e4", false, true, "", 0},    {0, 0, 1, "e2e4", false, true, "", 0},
-      {1, 1, 0, "e2e", false, true, "", 0},     {1, 1, 0, "i2e4", false, true, "", 0},
-      {1, 1, 0, "e0e4", false, true, "", 0},    {1, 1, 0, "e2e9", false, true, "", 0},
-      {1, 1, 0, "E2E4", false, true, "", 0},    {1, 1, 0, "new", false, true, "", 0},
+      {1, 1, 0, "e2e4|a1h8 extra", true, true, "", 0}, {1, 0, 1, "g7g8q", true, true, "", 0},
+      {1, 0, 0, "e2e4", false, true, "", 0},           {0, 1, 0, "e2e4", false, true, "", 0},
+      {0, 0, 1, "e2e4", false, true, "", 0},
+      {1, 1, 0, "e2e|i2e4|e0e4|e2e9|E2E4|new", false, true, "", 0},
       // "." is the status line while thinking; analysis has its own "." in the interpreter.
       {1, 0, 0, ".", false, false, "7.\t-35\t0\t123456\t4000000000\te2e4 b7a8n \n", 0},
-      {1, 0, 1, ".", false, true, "", 0},       {0, 0, 0, ".", false, true, "", 0},
+      {1, 0, 1, ".", false, true, "", 0}, {0, 0, 0, ".", false, true, "", 0},
   };
   thinkResult.depth = 7;
   thinkResult.score = -35;
@@ -168,19 +163,21 @@ TEST_F(PipedInput, LinesAreScreenedAsTheyArrive) {
   NodeCount = 123456;
   QNodeCount = 4000000000u;
   for (const auto& c : cases) {
-    engineFlags = {};
-    engineFlags.searching = c.searching;
-    engineFlags.pondering = c.pondering;
-    engineFlags.analyze = c.analyze;
-    TimeLeft = 500;
-    Send(std::string(c.line) + "\n");
-    EXPECT_EQ("AddTo Queue [" + std::string(c.line) + "]\n" + c.writes, Poll()) << c.line;
-    EXPECT_EQ(c.stops ? -1 : 500, TimeLeft) << c.line << " searching " << c.searching << " pondering "
-                                             << c.pondering << " analyze " << c.analyze;
-    EXPECT_EQ(c.queued ? std::vector<std::string>{c.line} : std::vector<std::string>{}, DrainQueue())
-        << c.line;
-    EXPECT_EQ(c.forceAfter, engineFlags.force) << c.line;
-    EXPECT_EQ(c.analyze || std::string(c.line) == "analyze", engineFlags.analyze) << c.line;
+    std::istringstream lines(c.lines);
+    for (std::string line; std::getline(lines, line, '|');) {
+      engineFlags = {};
+      engineFlags.searching = c.searching;
+      engineFlags.pondering = c.pondering;
+      engineFlags.analyze = c.analyze;
+      TimeLeft = 500;
+      const std::string where = line + " in row " + std::to_string(&c - cases);
+      Send(line + "\n");
+      EXPECT_EQ("AddTo Queue [" + line + "]\n" + c.writes, Poll()) << where;
+      EXPECT_EQ(c.stops ? -1 : 500, TimeLeft) << where;
+      EXPECT_EQ(c.queued ? std::vector<std::string>{line} : std::vector<std::string>{}, DrainQueue()) << where;
+      EXPECT_EQ(c.forceAfter, engineFlags.force) << where;
+      EXPECT_EQ(c.analyze || line == "analyze", engineFlags.analyze) << where;
+    }
   }
   thinkResult = {};
   NodeCount = QNodeCount = 0;

@@ -43,11 +43,7 @@ Bitboard WalkLine(int s, Bitboard occupied, int df, int dr) {
 
 // Catches a wrong rotation, shift, edge clipping or blocker stop in any of the four line tables.
 TEST(Keys, SlidingLookupsAgreeWithAWalkOverTheBoard) {
-#ifdef OSTREL_SANITIZE
-  constexpr int Occupancies = 60;
-#else
-  constexpr int Occupancies = 400;
-#endif
+  constexpr int Occupancies = OSTREL_SANITIZED ? 60 : 400;
   ostrel_test::TestRandom random(0x5EED0001);
   for (int i = 0; i < Occupancies; i++) {
     // Sparse to crowded boards, so that long and short rays both occur.

@@ -10,6 +10,7 @@
 #include "board/fen.h"
 #include "board/game.h"
 #include "board/movegen.h"
+#include "board/notation.h"
 #include "board/repetition.h"
 #include "tests/capture.h"
 #include "tests/encode.h"
@@ -17,18 +18,11 @@
 
 namespace {
 
-using ostrel_test::CheckPosition;
 using ostrel_test::DiffPositions;
 using ostrel_test::M;
-using ostrel_test::MoveText;
-using ostrel_test::SetPositionQuietly;
 using ostrel_test::SnapshotPosition;
 
-#ifdef OSTREL_SANITIZE
-constexpr int GamesPerStart = 2;
-#else
-constexpr int GamesPerStart = 6;
-#endif
+constexpr int GamesPerStart = OSTREL_SANITIZED ? 2 : 6;
 constexpr int MaxGamePlies = 300;
 
 // Catches any derived field (bitboards, keys, counts, material, rights) that make or unmake
@@ -50,12 +44,9 @@ TEST(MakeUnmake, EveryPseudoLegalMoveKeepsThePositionSoundAndUnmakesToTheByte) {
     for (int game = 0; game < GamesPerStart; game++) {
       ostrel_test::RandomGame g(start, seed++);
       const Position initial = SnapshotPosition();
-      bool going = true;
-      while (going && g.Plies() < MaxGamePlies && PopCount(pos.occupied) > 2) {
+      do {
         const int side = g.Side();
-        std::string fault = CheckPosition(side);
-        ASSERT_EQ(fault, "") << start << " after " << g.Plies() << " plies: " << PositionToEpd();
-
+        ASSERT_STREQ(PositionFault(side), "") << start << " after " << g.Plies() << " plies: " << PositionToEpd();
         const Position before = SnapshotPosition();
         SaveUndo(1);
         for (Move m : ostrel_test::PseudoLegalMoves(side)) {
@@ -63,14 +54,12 @@ TEST(MakeUnmake, EveryPseudoLegalMoveKeepsThePositionSoundAndUnmakesToTheByte) {
           if (MovePiece(m) == King && std::abs(MoveTo(m) - MoveFrom(m)) == 2) seen.insert("castling");
           if (MovePromotion(m)) seen.insert("promotion to " + std::to_string(MovePromotion(m)));
           MakeMove(m, 1, side);
-          fault = CheckPosition(side ^ 1);
+          const std::string fault = PositionFault(side ^ 1);
           UnmakeMove(m, 1, side);
-          ASSERT_EQ(fault, "") << "after " << MoveText(m) << " in " << PositionToEpd();
-          ASSERT_EQ(DiffPositions(before, pos), "") << "unmaking " << MoveText(m) << " in " << PositionToEpd();
+          ASSERT_EQ(fault, "") << "after " << CoordinateText(m) << " in " << PositionToEpd();
+          ASSERT_EQ(DiffPositions(before, pos), "") << "unmaking " << CoordinateText(m) << " in " << PositionToEpd();
         }
-
-        going = g.Play();
-      }
+      } while (g.Plies() < MaxGamePlies && PopCount(pos.occupied) > 2 && g.Play());
       // Taking the whole game back through its undo records restores the start exactly.
       while (g.Undo()) {
       }
@@ -87,7 +76,6 @@ TEST(MakeUnmake, EveryPseudoLegalMoveKeepsThePositionSoundAndUnmakesToTheByte) {
 TEST(MakeUnmake, SpotCases) {
   const char* const corners = "r3k2r/8/8/8/8/8/8/R3K2R w KQkq -";
   const char* const cornersBlack = "r3k2r/8/8/8/8/8/8/R3K2R b KQkq -";
-  const int none = -1;
   // Castling rights and en-passant square afterwards; `emptied` is empty and `filled` holds `content`.
   const struct { const char* fen; int side; Move move; uint32_t flags; int ep, emptied, filled, content; }
       cases[] = {
@@ -98,9 +86,9 @@ TEST(MakeUnmake, SpotCases) {
       // En passant removes the pawn behind the square taken.
       {"4k3/8/8/3pP3/8/8/8/4K3 w - d6", White, M(E5, D6, Pawn, Pawn), 0, 0, D5, D6, Pawn},
       {"4k3/8/8/8/3Pp3/8/8/4K3 b - d3", Black, M(E4, D3, Pawn, Pawn), 0, 0, D4, D3, -Pawn},
-      // A king step that is no castling drops both rights of its side and is no castling.
+      // A king step that is no castling drops both rights of its side and moves no rook.
       {corners, White, M(E1, F1, King), 12, 0, E1, F1, King},
-      {cornersBlack, Black, M(E8, E7, King), 3, 0, none, H8, -Rook},
+      {cornersBlack, Black, M(E8, E7, King), 3, 0, E8, H8, -Rook},
       // A rook leaving its corner drops its own right only.
       {corners, White, M(A1, B1, Rook), 14, 0, A1, B1, Rook},
       {corners, White, M(H1, G1, Rook), 13, 0, H1, G1, Rook},
@@ -115,19 +103,17 @@ TEST(MakeUnmake, SpotCases) {
       {cornersBlack, Black, M(E8, C8, King), 3 | 32, 0, A8, D8, -Rook},
   };
   for (const auto& c : cases) {
-    SetPositionQuietly(c.fen);
-    const std::string where = MoveText(c.move) + " in " + c.fen;
+    ostrel_test::SetPositionQuietly(c.fen);
+    const std::string where = std::string(CoordinateText(c.move)) + " in " + c.fen;
     ASSERT_TRUE(IsValidMove(c.move, c.side)) << where;
     const Position before = SnapshotPosition();
     SaveUndo(0);
     MakeMove(c.move, 0, c.side);
     EXPECT_EQ(pos.castleFlags, c.flags) << where;
     EXPECT_EQ(pos.epSquare, c.ep) << where;
-    if (c.emptied != none) {
-      EXPECT_EQ(pos.board[c.emptied], 0) << where;
-    }
+    EXPECT_EQ(pos.board[c.emptied], 0) << where;
     EXPECT_EQ(pos.board[c.filled], c.content) << where;
-    EXPECT_EQ(CheckPosition(c.side ^ 1), "") << where;
+    EXPECT_STREQ(PositionFault(c.side ^ 1), "") << where;
     UnmakeMove(c.move, 0, c.side);
     EXPECT_EQ(DiffPositions(before, pos), "") << where;
   }
@@ -136,21 +122,15 @@ TEST(MakeUnmake, SpotCases) {
 // The game record is global; leave it as a fresh game for whatever runs next.
 class GameHistory : public testing::Test {
  protected:
-  void SetUp() override { StartGame(nullptr); }
-  void TearDown() override { StartGame(nullptr); }
-  static void StartGame(const char* fen) {
-    if (fen) SetPositionQuietly(fen);
-    else SetInitialPosition();
+  void SetUp() override {
+    SetInitialPosition();
     NewGameRecord();
   }
-  // What playing the move prints; `played` says whether it was played.
-  static std::string Play(int from, int to, int promotion, bool& played) {
-    return Captured([&] { played = PlayGameMove(from, to, promotion); });
-  }
+  void TearDown() override { SetUp(); }
 };
 
-// Catches a game move or take-back that leaves the position, the record or the hash table's
-// age (which wraps at eight) out of step.
+// Catches a game move or take-back that leaves the position, the record, the repetition list or
+// the hash table's age (which wraps at eight) out of step.
 TEST_F(GameHistory, PlayAndTakeBackRestoreThePositionAndTheAge) {
   const Position start = SnapshotPosition();
   ostrel_test::TestRandom random(77);
@@ -161,41 +141,35 @@ TEST_F(GameHistory, PlayAndTakeBackRestoreThePositionAndTheAge) {
     Move* end = GenerateLegal(legal, side);
     ASSERT_NE(end, legal);
     const Move m = legal[random.Below(uint32_t(end - legal))];
-    bool played = false;
-    Play(MoveFrom(m), MoveTo(m), MovePromotion(m), played);
-    ASSERT_TRUE(played) << MoveText(m);
+    ASSERT_TRUE(PlayGameMove(MoveFrom(m), MoveTo(m), MovePromotion(m))) << CoordinateText(m);
     EXPECT_EQ(gameRecord.moveCount, n);
     EXPECT_EQ(pos.ttAge, n & 7);
     EXPECT_EQ(pos.sideToMove, side ^ 1);
     EXPECT_EQ(gameRecord.slots[n - 1].move, m);
-    ASSERT_EQ(CheckPosition(), "") << "after " << MoveText(m);
+    ASSERT_STREQ(PositionFault(pos.sideToMove), "") << "after " << CoordinateText(m);
   }
   for (int n = Moves - 1; n >= 0; n--) {
     UndoMove();
     EXPECT_EQ(gameRecord.moveCount, n);
     EXPECT_EQ(pos.ttAge, n & 7) << "taking back to move " << n;
-    ASSERT_EQ(CheckPosition(), "") << "taken back to move " << n;
+    ASSERT_STREQ(PositionFault(pos.sideToMove), "") << "taken back to move " << n;
   }
   EXPECT_EQ(DiffPositions(start, pos), "");
+  for (const RepetitionBucket& b : repetitionList) EXPECT_EQ(b.count, 0);
   // Nothing left to take back: a message and no change.
   EXPECT_EQ(Captured(UndoMove), "UndoMove : cannot undo\n");
   EXPECT_EQ(gameRecord.moveCount, 0);
   EXPECT_EQ(DiffPositions(start, pos), "");
 }
 
-// Catches repetitions missed or found where there are none, and game moves and take-backs
-// whose pushes and pops of the repetition list do not pair up.
+// Catches repetitions missed or found where there are none.
 TEST_F(GameHistory, ReturningToAnEarlierPositionIsARepetition) {
   const int shuffle[4][2] = {{G1, F3}, {G8, F6}, {F3, G1}, {F6, G8}};
-  bool played = false;
-  for (int i = 0; i < 4; i++) {
-    EXPECT_FALSE(IsRepetition()) << "before move " << i + 1;
-    Play(shuffle[i][0], shuffle[i][1], 0, played);
-    ASSERT_TRUE(played);
+  for (const auto& m : shuffle) {
+    EXPECT_FALSE(IsRepetition()) << "before the move from " << m[0];
+    ASSERT_TRUE(PlayGameMove(m[0], m[1], 0));
   }
   EXPECT_TRUE(IsRepetition()) << "back at the initial position";
-  for (int i = 0; i < 4; i++) UndoMove();
-  for (const RepetitionBucket& b : repetitionList) EXPECT_EQ(b.count, 0);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 #include "board/fen.h"
 #include "board/movegen.h"
+#include "board/notation.h"
 #include "tests/encode.h"
 #include "tests/position_check.h"
 
@@ -16,7 +17,6 @@ namespace {
 
 using Moves = std::vector<Move>;
 using ostrel_test::M;
-using ostrel_test::MoveText;
 
 Moves Captures(int side) {
   Move list[MaxMoves];
@@ -61,7 +61,7 @@ std::string ValidityFault(const Moves& probes, int side) {
   const std::set<Move> listed(generated.begin(), generated.end());
   for (Move m : probes)
     if (IsValidMove(m, side) != (listed.count(m) > 0))
-      return std::string(listed.count(m) ? "rejects " : "accepts ") + MoveText(m) + " = " + std::to_string(m) +
+      return std::string(listed.count(m) ? "rejects " : "accepts ") + CoordinateText(m) + " = " + std::to_string(m) +
              " for side " + std::to_string(side) + " in " + PositionToEpd();
   return "";
 }
@@ -97,11 +97,7 @@ TEST(ValidMove, AcceptsExactlyTheGeneratedMoves) {
   };
   const std::vector<std::string> suite = ostrel_test::ReadEpdPositions("perft/perftsuite.epd");
   ASSERT_FALSE(suite.empty());
-#ifdef OSTREL_SANITIZE
-  for (size_t game = 0; game < 12; game++) starts.push_back(suite[(game * 7) % suite.size()]);
-#else
-  for (size_t game = 0; game < 24; game++) starts.push_back(suite[(game * 7) % suite.size()]);
-#endif
+  for (size_t game = 0; game < (OSTREL_SANITIZED ? 12 : 24); game++) starts.push_back(suite[(game * 7) % suite.size()]);
   ostrel_test::TestRandom random(11);
   Moves elsewhere;  // moves of earlier positions, as killers and hash moves are
   for (size_t game = 0; game < starts.size(); game++) {

@@ -20,11 +20,7 @@
 
 namespace {
 
-#ifdef OSTREL_SANITIZE
-constexpr uint64_t BudgetDivisor = 8;
-#else
-constexpr uint64_t BudgetDivisor = 1;
-#endif
+constexpr uint64_t BudgetDivisor = OSTREL_SANITIZED ? 8 : 1;
 
 uint64_t LegalCount(int depth, int ply, int side) {
   Move moves[MaxMoves];

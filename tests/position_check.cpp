@@ -1,6 +1,5 @@
 #include "tests/position_check.h"
 
-#include <cstdio>
 #include <cstring>
 #include <fstream>
 
@@ -11,13 +10,6 @@
 
 namespace ostrel_test {
 
-namespace {
-
-const char* const sideNames[2] = {"Black", "White"};
-const char* const slotNames[6] = {"pawns", "rooks", "knights", "bishops", "queens", "king"};
-
-}  // namespace
-
 std::string DiffPositions(const Position& a, const Position& b) {
   if (!memcmp(&a, &b, sizeof a)) return "";
   // Listed field by field so a failure says where; the last line catches padding.
@@ -26,7 +18,7 @@ std::string DiffPositions(const Position& a, const Position& b) {
   for (int side = 0; side < 2; side++)
     for (int slot = 0; slot < 6; slot++)
       if (a.pieces[side][slot] != b.pieces[side][slot])
-        return std::string("pieces[") + sideNames[side] + "][" + slotNames[slot] + "]";
+        return "pieces[" + std::to_string(side) + "][" + std::to_string(slot) + "]";
   OSTREL_DIFF(epSquare)
   OSTREL_DIFF(sideToMove)
   OSTREL_DIFF(castleFlags)
@@ -139,19 +131,6 @@ bool RandomGame::Undo() {
   pos.sideToMove = side_;
   history_.pop_back();
   return true;
-}
-
-std::string MoveText(Move m) {
-  std::string text;
-  for (int s : {MoveFrom(m), MoveTo(m)}) {
-    text += char('a' + FileOf(s));
-    text += char('1' + RankOf(s));
-  }
-  if (MovePromotion(m)) text += "?pnbrqk?"[MovePromotion(m)];
-  char fields[48];
-  snprintf(fields, sizeof fields, " (piece %d, captured %d, promotion %d)", MovePiece(m), MoveCaptured(m),
-           MovePromotion(m));
-  return text + fields;
 }
 
 }  // namespace ostrel_test

@@ -1,5 +1,6 @@
-// Test helpers shared by the board tests: the engine's audit of the global position, a byte
-// comparison that names the field that differs, and deterministic random play.
+// Test helpers shared by the board tests: a byte comparison of positions that names the field
+// that differs, and deterministic random play. The audit of the global position is the engine's
+// own PositionFault.
 #pragma once
 
 #include <cstdint>
@@ -10,11 +11,6 @@
 #include "board/positionok.h"
 
 namespace ostrel_test {
-
-// The engine's own audit (PositionFault) as a string: "" when the position agrees with a
-// rebuild from the mailbox, else the first field that differs.
-inline std::string CheckPosition(int sideToMove) { return PositionFault(sideToMove); }
-inline std::string CheckPosition() { return CheckPosition(pos.sideToMove); }
 
 // "" when the two records are identical byte for byte, else the first field that differs.
 std::string DiffPositions(const Position& a, const Position& b);
@@ -81,7 +77,5 @@ class RandomGame {
   int side_;
   std::vector<Played> history_;
 };
-
-std::string MoveText(Move m);  // "e2e4", "e7e8q": for failure messages
 
 }  // namespace ostrel_test

@@ -74,10 +74,8 @@ std::string PlayXboardGame(const std::vector<std::string>& opening, const int de
   EngineProcess engines[2];  // indexed by side: [Black], [White]
   for (int s : {White, Black}) {
     if (!StartEngine(engines[s])) return "an engine did not start";
-    for (const std::string& line :
-         {std::string("xboard"), std::string("protover 2"), std::string("new"), std::string("easy"),
-          "sd " + std::to_string(depths[s]), std::string("force")})
-      Send(engines[s], line);
+    for (const char* line : {"xboard", "protover 2", "new", "easy", "force"}) Send(engines[s], line);
+    Send(engines[s], "sd " + std::to_string(depths[s]));
   }
   Referee referee;
   StartReferee(referee);

@@ -1,4 +1,5 @@
-// The command line: loose option matching, values, and the lines it writes.
+// The command line: loose option matching, values, and the lines it writes. Unknown options and
+// the echo of a hash size on the engine's own start-up are rows of the conformance table.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -28,8 +29,6 @@ TEST(CommandLine, ValuesAndTheirConversions) {
   EXPECT_EQ(settings.maxTime, 0);
   Parse({"-maxtime", "1e30"});  // held at the edge, not converted into nonsense
   EXPECT_EQ(settings.maxTime, 2147483647);
-  EXPECT_EQ(Parse({"-hashsize", "20"}), "hashsize : 20\n");
-  EXPECT_EQ(settings.hashBits, 20);
 }
 
 TEST(CommandLine, ModesCancelEachOtherLastOneWins) {
@@ -55,7 +54,7 @@ TEST(CommandLine, NamesMatchAnywhereInTheArgument) {
   EXPECT_STREQ(settings.outFile, "-xboard-results.txt");
 }
 
-TEST(CommandLine, MissingValueEndsTheScanUnknownOptionsAreReported) {
+TEST(CommandLine, MissingValueEndsTheScan) {
   EXPECT_EQ(Parse({"-hashsize"}), "hashsize : 18\n");
   EXPECT_EQ(settings.hashBits, 18);
   EXPECT_EQ(Parse({"-analyse"}), "");
@@ -63,7 +62,4 @@ TEST(CommandLine, MissingValueEndsTheScanUnknownOptionsAreReported) {
   EXPECT_EQ(settings.epdFile, nullptr);
   EXPECT_EQ(Parse({"-tag", "x", "-maxply"}), "");
   EXPECT_EQ(settings.maxPly, 8);
-  EXPECT_EQ(Parse({"word", "-bar", "-maxply", "3"}), "Unknown parameter : -bar\n");
-  EXPECT_EQ(settings.maxPly, 3);
-  EXPECT_TRUE(settings.playMode);
 }

@@ -18,11 +18,7 @@
 namespace {
 
 // What "stop answers within 50 ms" is held to; the sanitizers slow the search tenfold.
-#ifdef OSTREL_SANITIZE
-constexpr double StopMs = 250;
-#else
-constexpr double StopMs = 50;
-#endif
+constexpr double StopMs = OSTREL_SANITIZED ? 250 : 50;
 
 // Timings are taken as the best of a few tries: on a loaded machine any single one may stall.
 constexpr int Tries = 3;
@@ -43,6 +39,8 @@ class Uci : public testing::Test {
   }
 
   void TearDown() override {
+    Send("quit");
+    EXPECT_TRUE(ExitedWith(engine, 0)) << "quit did not end the session with status 0";
     if (HasFailure()) printf("Engine's last lines:\n%s", Tail(engine).c_str());
   }
 
