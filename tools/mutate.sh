@@ -57,7 +57,7 @@ book/master.cpp @@ node.fromRank == RankOf(MoveFrom(m)) + 1) @@ node.fromRank ==
 shell/interpreter.cpp @@ (n / 6) * 10 @@ (n / 5) * 10
 shell/interpreter.cpp @@ Wrap(int64_t(minutes) * 60) @@ Wrap(int64_t(minutes) * 6)
 shell/interpreter.cpp @@ if (halfMoves == 1) interpreter.sideToMove ^= 1; @@ if (halfMoves == 2) interpreter.sideToMove ^= 1;
-board/notation.cpp @@ text[i + 1] < '1' || text[i + 1] > '8' @@ text[i + 1] < '1' || text[i + 1] > '7'
+board/notation.h @@ return c >= '1' && c <= '8'; @@ return c >= '1' && c <= '7';
 shell/interpreter.cpp @@ thinkResult.score == 0 ? "I accept\n" @@ thinkResult.score != 0 ? "I accept\n"
 LIST
 )
