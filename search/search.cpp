@@ -157,11 +157,25 @@ static inline void EraseCounterMove(const Node& n) {
   }
 }
 
-// Selects the highest score among the entries still holding a move; ties keep list order.
-static inline int SelectBest(int start, int end) {
-  int chosen = -1;
+// The order in which the entries of a list are taken, highest score first and ties in list
+// order: the score in the high half of the key, the position reversed in the low half. The largest
+// key names its entry, so a pick is a plain maximum over the list.
+static int64_t pickKey[MoveListSize];
+constexpr int64_t TakenKey = INT64_MIN;
+
+// Keys for the entries from `start` to `end`; an entry without a move is taken already.
+static inline void SetPickKeys(int start, int end) {
   for (int i = start; i < end; i++)
-    if (moveList[i] && (chosen < 0 || scoreList[i] > scoreList[chosen])) chosen = i;
+    pickKey[i] = moveList[i] ? int64_t(scoreList[i]) * (int64_t(1) << 32) + int64_t(~uint32_t(i)) : TakenKey;
+}
+
+// Takes the entry of the highest score not yet taken; -1 when none is left.
+static inline int TakeBest(int start, int end) {
+  int64_t best = TakenKey;
+  for (int i = start; i < end; i++) best = pickKey[i] > best ? pickKey[i] : best;
+  if (best == TakenKey) return -1;
+  const int chosen = int(~uint32_t(uint64_t(best)));
+  pickKey[chosen] = TakenKey;
   return chosen;
 }
 
@@ -187,9 +201,9 @@ static Outcome SearchEvasions(Node& n, int start) {
       scoreList[i] = Wrap32(s);
     }
   }
-  for (int chosen; (chosen = SelectBest(start, end)) >= 0;) {
+  SetPickKeys(start, end);
+  for (int chosen; (chosen = TakeBest(start, end)) >= 0;) {
     const Move m = moveList[chosen];
-    moveList[chosen] = 0;
     if (AlreadyTried(n, m)) continue;
     PushRepetition();
     MakeMove(m, ply, side);
@@ -239,9 +253,9 @@ static Outcome SearchMoves(Node& n, int start) {
   end = int(GenerateQuiet(moveList + end, side) - moveList);
   for (int i = quietStart; i < end; i++) scoreList[i] = Wrap32(HistoryTable[side][moveList[i] & 4095]);
   MoveListEnd[ply] = end;
-  for (int chosen; (chosen = SelectBest(start, end)) >= 0;) {
+  SetPickKeys(start, end);
+  for (int chosen; (chosen = TakeBest(start, end)) >= 0;) {
     const Move m = moveList[chosen];
-    moveList[chosen] = 0;
     if (AlreadyTried(n, m) || !MakeLegal(m, ply, side)) continue;
     const Outcome o = SearchMadeMove(n, m, true);
     if (o != Outcome::Continue) return o;
