@@ -14,6 +14,7 @@
 #include "search/control.h"
 #include "search/hash.h"
 #include "search/movelist.h"
+#include "search/pawns.h"
 #include "tablebases/probe.h"
 
 Move moveList[MoveListSize];
@@ -129,10 +130,21 @@ static Outcome SearchMadeMove(Node& n, Move m, bool learns) {
   return Outcome::Continue;
 }
 
+// The child's first memory access, asked for while the move is still being checked: the hash
+// bucket for a full-width child, the pawn entry (read by the evaluation) for one at the horizon.
+static inline void PrefetchChild(int childDepth) {
+  if (childDepth >= OnePly) {
+    PrefetchHash(pos.hashKey);
+  } else {
+    PrefetchPawnEntry();
+  }
+}
+
 // Makes a move; an illegal one (own king left attacked) is taken back and not counted.
-static inline bool MakeLegal(Move m, int ply, int side) {
+static inline bool MakeLegal(Move m, int ply, int side, int depth) {
   PushRepetition();
   MakeMove(m, ply, side);
+  PrefetchChild(depth - OnePly);
   if (!KingAttacked(side)) return true;
   UnmakeMove(m, ply, side);
   PopRepetition();
@@ -143,7 +155,7 @@ static inline bool MakeLegal(Move m, int ply, int side) {
 static Outcome TrySingleMove(Node& n, Move m) {
   if (!m || !IsValidMove(m, n.side)) return Outcome::Continue;
   n.tried[n.triedCount++] = m;
-  if (!MakeLegal(m, n.ply, n.side)) return Outcome::Continue;
+  if (!MakeLegal(m, n.ply, n.side, n.depth)) return Outcome::Continue;
   return SearchMadeMove(n, m, false);
 }
 
@@ -207,6 +219,7 @@ static Outcome SearchEvasions(Node& n, int start) {
     if (AlreadyTried(n, m)) continue;
     PushRepetition();
     MakeMove(m, ply, side);
+    PrefetchChild(n.depth - OnePly);
     const Outcome o = SearchMadeMove(n, m, true);
     if (o != Outcome::Continue) return o;
   }
@@ -228,7 +241,7 @@ static Outcome SearchMoves(Node& n, int start) {
   MoveListEnd[ply] = end;
   for (int i = start; i < end && scoreList[i] > 0; i++) {
     const Move m = moveList[i];
-    if (AlreadyTried(n, m) || !MakeLegal(m, ply, side)) continue;
+    if (AlreadyTried(n, m) || !MakeLegal(m, ply, side, n.depth)) continue;
     moveList[i] = 0;
     const Outcome o = SearchMadeMove(n, m, false);
     if (o != Outcome::Continue) return o;
@@ -241,7 +254,7 @@ static Outcome SearchMoves(Node& n, int start) {
     const Move m = k[slot].move;
     if (k[slot].count < 1 || AlreadyTried(n, m) || (slot == 1 && m == k[0].move) || !IsValidMove(m, side)) continue;
     n.tried[n.triedCount++] = m;
-    if (!MakeLegal(m, ply, side)) continue;
+    if (!MakeLegal(m, ply, side, n.depth)) continue;
     const Outcome o = SearchMadeMove(n, m, true);
     if (o != Outcome::Continue) return o;
   }
@@ -256,7 +269,7 @@ static Outcome SearchMoves(Node& n, int start) {
   SetPickKeys(start, end);
   for (int chosen; (chosen = TakeBest(start, end)) >= 0;) {
     const Move m = moveList[chosen];
-    if (AlreadyTried(n, m) || !MakeLegal(m, ply, side)) continue;
+    if (AlreadyTried(n, m) || !MakeLegal(m, ply, side, n.depth)) continue;
     const Outcome o = SearchMadeMove(n, m, true);
     if (o != Outcome::Continue) return o;
   }
@@ -329,6 +342,7 @@ int Search(int alpha, int beta, int depth, int ply, int side, int nullAllowed) {
     const int reduced = depth <= DeepNullFrom ? depth - NullReduction : depth - DeepNullReduction;
     const int epSquare = pos.epSquare;
     pos.hashKey ^= sideKey;
+    PrefetchChild(reduced);
     pos.epSquare = 0;
     currentLine[ply] = 0;  // no move was played: the child has no counter move to look up
     const int s = -Search(-beta, 1 - beta, reduced, ply + 1, side ^ 1, 0);
