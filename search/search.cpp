@@ -130,21 +130,30 @@ static Outcome SearchMadeMove(Node& n, Move m, bool learns) {
   return Outcome::Continue;
 }
 
-// The child's first memory access, asked for while the move is still being checked: the hash
-// bucket for a full-width child, the pawn entry (read by the evaluation) for one at the horizon.
-static inline void PrefetchChild(int childDepth) {
-  if (childDepth >= OnePly) {
-    PrefetchHash(pos.hashKey);
-  } else {
-    PrefetchPawnEntry();
-  }
+// The key MakeMove gives the child: the moving, promoted and taken pieces and the side to move.
+// Castling also moves a rook and en passant takes elsewhere; for them the guess is wrong, which
+// costs one useless memory request.
+static inline uint64_t ChildKeyGuess(Move m, int side) {
+  const int piece = MovePiece(m), promotion = MovePromotion(m), captured = MoveCaptured(m);
+  uint64_t key = pos.hashKey ^ sideKey ^ pieceKey[side][piece][MoveFrom(m)] ^
+                 pieceKey[side][promotion ? promotion : piece][MoveTo(m)];
+  if (captured) key ^= pieceKey[side ^ 1][captured][MoveTo(m)];
+  return key;
+}
+
+// MakeMove, with the child's first memory access asked for as soon as its key is known: the
+// hash bucket of a full-width child before the move is made (right after it is too late to hide
+// much of the wait), the pawn entry (read by the evaluation) of one at the horizon.
+static inline void MakeAndPrefetch(Move m, int ply, int side, int childDepth) {
+  if (childDepth >= OnePly) PrefetchHash(ChildKeyGuess(m, side));
+  MakeMove(m, ply, side);
+  if (childDepth < OnePly) PrefetchPawnEntry();
 }
 
 // Makes a move; an illegal one (own king left attacked) is taken back and not counted.
 static inline bool MakeLegal(Move m, int ply, int side, int depth) {
   PushRepetition();
-  MakeMove(m, ply, side);
-  PrefetchChild(depth - OnePly);
+  MakeAndPrefetch(m, ply, side, depth - OnePly);
   if (!KingAttacked(side)) return true;
   UnmakeMove(m, ply, side);
   PopRepetition();
@@ -218,8 +227,7 @@ static Outcome SearchEvasions(Node& n, int start) {
     const Move m = moveList[chosen];
     if (AlreadyTried(n, m)) continue;
     PushRepetition();
-    MakeMove(m, ply, side);
-    PrefetchChild(n.depth - OnePly);
+    MakeAndPrefetch(m, ply, side, n.depth - OnePly);
     const Outcome o = SearchMadeMove(n, m, true);
     if (o != Outcome::Continue) return o;
   }
@@ -298,6 +306,11 @@ int Search(int alpha, int beta, int depth, int ply, int side, int nullAllowed) {
   // Step 5: the horizon.
   if (depth < OnePly || ply >= MaxSearchPly - 2) return Quiesce(alpha, beta, ply, depth, side);
 
+  // The null move's child (step 12) comes after this node's own probe; its bucket is asked for now.
+  const bool tryNull = nullAllowed && !inCheck && beta != -Infinity && beta == alpha + 1 && ply >= 1 && pos.pieceCount[side];
+  const int reduced = depth <= DeepNullFrom ? depth - NullReduction : depth - DeepNullReduction;
+  if (tryNull && reduced >= OnePly) PrefetchHash(pos.hashKey ^ sideKey);
+
   // Step 6: endgame tablebases.
   int tableScore;
   if (ply > 0 && PopCount(pos.occupied) < 6 && ProbeTablebase(side, &tableScore))
@@ -338,11 +351,9 @@ int Search(int alpha, int beta, int depth, int ply, int side, int nullAllowed) {
   }
 
   // Step 12: null move, in null-window nodes of a side that has a piece.
-  if (nullAllowed && !inCheck && beta != -Infinity && beta == alpha + 1 && ply >= 1 && pos.pieceCount[side]) {
-    const int reduced = depth <= DeepNullFrom ? depth - NullReduction : depth - DeepNullReduction;
+  if (tryNull) {
     const int epSquare = pos.epSquare;
     pos.hashKey ^= sideKey;
-    PrefetchChild(reduced);
     pos.epSquare = 0;
     currentLine[ply] = 0;  // no move was played: the child has no counter move to look up
     const int s = -Search(-beta, 1 - beta, reduced, ply + 1, side ^ 1, 0);
