@@ -2,33 +2,38 @@
 #include "board/bitboard.h"
 #include "board/movegen.h"
 
-// Every piece of either side that attacks `to` with the current occupancy.
-static Bitboard AttackersTo(int to) {
-  const Bitboard (*p)[6] = pos.pieces;
-  return (p[White][PawnSlot] & pawnAttacks[Black][to]) | (p[Black][PawnSlot] & pawnAttacks[White][to]) |
-         ((p[White][KnightSlot] | p[Black][KnightSlot]) & knightAttacks[to]) |
-         (pos.bishopsQueens & BishopAttacks(to)) | (pos.rooksQueens & RookAttacks(to)) |
-         ((p[White][KingSlot] | p[Black][KingSlot]) & kingAttacks[to]);
+// The occupancy as the exchange goes on, in the same four orientations as the position's, so
+// that the sliding attacks can be looked up with the pieces that have taken part lifted off.
+struct ExchangeOccupancy {
+  Bitboard normal, r90, a1h8, h1a8;
+};
+
+static inline void Lift(ExchangeOccupancy& o, int s) {
+  o.normal &= ~squareMask[s];
+  o.r90 &= clearR90[s];
+  o.a1h8 &= clearA1H8[s];
+  o.h1a8 &= clearH1A8[s];
 }
 
-// The first piece beyond `removed` seen from `to`, if it is a slider that moves along that line.
-static Bitboard XrayBehind(int to, int removed, Bitboard occ) {
-  const int step = direction[to][removed];
-  if (!step) return 0;
-  const Bitboard sliders = (step == 8 || step == -8 || step == 1 || step == -1) ? pos.rooksQueens : pos.bishopsQueens;
-  for (int s = removed;;) {
-    const int next = s + step;
-    if (next < 0 || next > 63 || direction[s][next] != step) return 0;
-    s = next;
-    if (occ & squareMask[s]) return sliders & squareMask[s];
-  }
+// Sliders of either side that attack `to` through `o`, the ones lifted off left out. Looking up
+// all four lines costs less than finding the one a lifted piece stood on.
+static inline Bitboard SlidersTo(int to, const ExchangeOccupancy& o) {
+  const DiagonalAttacks& d = diagonalAttacks[to];
+  const Bitboard straight = rankAttacks[to][(o.normal >> (to & 56)) & 255] | fileAttacks[to][(o.r90 >> ((to & 7) * 8)) & 255];
+  const Bitboard diagonal = d.attacksA1H8[(o.a1h8 >> d.shiftA1H8) & 255] | d.attacksH1A8[(o.h1a8 >> d.shiftH1A8) & 255];
+  return ((straight & pos.rooksQueens) | (diagonal & pos.bishopsQueens)) & o.normal;
 }
 
 int StaticExchange(int from, int to, int side) {
   int gain[32];
-  Bitboard occ = pos.occupied & ~squareMask[from];
-  Bitboard attackers = AttackersTo(to) & ~squareMask[from];
-  attackers |= XrayBehind(to, from, occ);
+  ExchangeOccupancy occ = {pos.occupied, pos.occupiedR90, pos.occupiedA1H8, pos.occupiedH1A8};
+  Lift(occ, from);
+  // Pawns, knights and kings: no capture uncovers another of them.
+  const Bitboard (*p)[6] = pos.pieces;
+  const Bitboard steppers = (p[White][PawnSlot] & pawnAttacks[Black][to]) | (p[Black][PawnSlot] & pawnAttacks[White][to]) |
+                            ((p[White][KnightSlot] | p[Black][KnightSlot]) & knightAttacks[to]) |
+                            ((p[White][KingSlot] | p[Black][KingSlot]) & kingAttacks[to]);
+  Bitboard attackers = (steppers & occ.normal) | SlidersTo(to, occ);
   const int onTo = pos.board[to];
   gain[0] = from == to ? 0 : pieceValue[onTo < 0 ? -onTo : onTo];
   int standing = pos.board[from] < 0 ? -pos.board[from] : pos.board[from];
@@ -47,9 +52,8 @@ int StaticExchange(int from, int to, int side) {
     depth++;
     gain[depth] = pieceValue[standing] - gain[depth - 1];
     standing = type;
-    attackers &= ~squareMask[square];
-    occ &= ~squareMask[square];
-    attackers |= XrayBehind(to, square, occ);
+    Lift(occ, square);
+    attackers = (attackers & occ.normal) | SlidersTo(to, occ);
     toMove ^= 1;
   }
   // Each side may stop instead of recapturing.

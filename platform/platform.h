@@ -1,6 +1,7 @@
 // The few services that differ between operating systems.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 // Milliseconds since the program started (a monotonic clock).
@@ -26,6 +27,11 @@ int PipeBytesWaiting();
 int ReadInputByte();
 
 void SleepMilliseconds(int milliseconds);
+
+// Asks for the whole huge pages inside a large table read at random, which spares most of its
+// address-translation misses. Only a hint: where there are none, nothing happens.
+constexpr size_t HugePageBytes = size_t(1) << 21;
+void AdviseHugePages(void* start, size_t bytes);
 
 // Removes a file; a missing file or any other failure is ignored.
 void DeleteFileQuietly(const char* name);

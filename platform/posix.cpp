@@ -1,6 +1,7 @@
 #ifndef _WIN32
 
 #include <poll.h>
+#include <sys/mman.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
@@ -82,6 +83,17 @@ void SleepMilliseconds(int milliseconds) {
   timespec wait = {milliseconds / 1000, long(milliseconds % 1000) * 1000000L};
   while (nanosleep(&wait, &wait) != 0 && errno == EINTR) {
   }
+}
+
+void AdviseHugePages(void* start, size_t bytes) {
+#ifdef MADV_HUGEPAGE
+  const uintptr_t first = (uintptr_t(start) + HugePageBytes - 1) & ~uintptr_t(HugePageBytes - 1);
+  const uintptr_t end = (uintptr_t(start) + bytes) & ~uintptr_t(HugePageBytes - 1);
+  if (end > first) madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+#else
+  (void)start;
+  (void)bytes;
+#endif
 }
 
 void DeleteFileQuietly(const char* name) { unlink(name); }

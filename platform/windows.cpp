@@ -69,6 +69,9 @@ int ReadInputByte() {
 
 void SleepMilliseconds(int milliseconds) { Sleep(DWORD(milliseconds)); }
 
+// Large pages need a privilege that an engine is not given.
+void AdviseHugePages(void*, size_t) {}
+
 void DeleteFileQuietly(const char* name) { DeleteFileA(name); }
 
 bool MoveFileIntoPlace(const char* from, const char* to) {

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "board/output.h"
+#include "platform/platform.h"
 #include "search/pawns.h"
 
 HashBucket* hashTable;
@@ -31,10 +32,13 @@ void InitHT(int bits) {
   Print("InitHT [%d]\n", bits);
   // Without memory for the new size keep the old table; at start-up, when there is none, take
   // the largest size that can be had.
+  // Aligned to a huge page, so that every page of the table can be one.
   for (int b = bits; b >= MinHashBits; b--) {
-    HashBucket* table = new (std::nothrow) HashBucket[size_t(1) << (b - 1)];
+    const size_t bytes = sizeof(HashBucket) << (b - 1);
+    HashBucket* table = static_cast<HashBucket*>(operator new[](bytes, std::align_val_t(HugePageBytes), std::nothrow));
     if (table) {
-      delete[] hashTable;
+      AdviseHugePages(table, bytes);
+      if (hashTable) operator delete[](hashTable, std::align_val_t(HugePageBytes));
       hashTable = table;
       hashBits = b;
       hashIndexMask = (uint64_t(1) << (b - 1)) - 1;

@@ -63,5 +63,9 @@ inline bool ProbeHash(uint64_t key, int depth, int alpha, int beta, int ply, Mov
   return false;
 }
 
+// Asks for the bucket of `key` ahead of its probe: made right after a move, the load overlaps
+// the child's first steps instead of stalling its probe.
+inline void PrefetchHash(uint64_t key) { __builtin_prefetch(&hashTable[key & hashIndexMask]); }
+
 // Stores the current position's result (key and ttAge from the position).
 void StoreHash(int score, int type, int depth, Move move);

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "board/bitboard.h"
+#include "platform/platform.h"
 
 PawnEntry pawnTable[PawnTableEntries];
 uint32_t pawnHits, pawnComputed, pawnReplacements, pawnStores;
@@ -31,6 +32,7 @@ constexpr int IslandPenalty = -50;
 static inline int RelativeRank(int side, int square) { return side == White ? RankOf(square) : 7 - RankOf(square); }
 
 void InitPawnTables() {
+  AdviseHugePages(pawnTable, sizeof pawnTable);
   for (int f = 0; f < 8; f++)
     adjacentFiles[f] = (f > 0 ? fileMask[f - 1] : 0) | (f < 7 ? fileMask[f + 1] : 0);
   for (int side = Black; side <= White; side++) {

@@ -37,5 +37,13 @@ void ClearPawnTable();
 // The entry of the current formation, computed and stored on a miss. Valid until the next probe.
 const PawnEntry& ProbePawnTable();
 
+// Asks for the current formation's entry ahead of its probe. Packed entries may straddle two
+// cache lines, so both ends are asked for.
+inline void PrefetchPawnEntry() {
+  const PawnEntry* e = &pawnTable[pos.pawnKey & (PawnTableEntries - 1)];
+  __builtin_prefetch(e);
+  __builtin_prefetch(reinterpret_cast<const char*>(e) + sizeof(PawnEntry) - 1);
+}
+
 // Danger to both kings from their shelter and open files: White's minus Black's penalty.
 int KingSafety(const PawnEntry& pawns);

@@ -27,6 +27,7 @@ static int QuiesceEvasions(int alpha, int beta, int ply, int depth, int side) {
   for (int i = start; i < end; i++) {
     const Move m = moveList[i];
     MakeMove(m, ply, side);
+    PrefetchPawnEntry();
     const int score = -Quiesce(-beta, -(best > alpha ? best : alpha), ply + 1, depth - OnePly, side ^ 1);
     UnmakeMove(m, ply, side);
     if (TimeLeft < 1) return 0;
@@ -112,6 +113,7 @@ int Quiesce(int alpha, int beta, int ply, int depth, int side) {
     const int key = scoreList[chosen];
     if (standPat + key + DeltaMargin < alpha) return alpha;
     MakeMove(m, ply, side);
+    PrefetchPawnEntry();
     const bool legal = !KingAttacked(side);
     const int score = legal ? -Quiesce(-beta, -alpha, ply + 1, depth - OnePly, side ^ 1) : 0;
     UnmakeMove(m, ply, side);

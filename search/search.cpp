@@ -14,6 +14,7 @@
 #include "search/control.h"
 #include "search/hash.h"
 #include "search/movelist.h"
+#include "search/pawns.h"
 #include "tablebases/probe.h"
 
 Move moveList[MoveListSize];
@@ -129,10 +130,30 @@ static Outcome SearchMadeMove(Node& n, Move m, bool learns) {
   return Outcome::Continue;
 }
 
-// Makes a move; an illegal one (own king left attacked) is taken back and not counted.
-static inline bool MakeLegal(Move m, int ply, int side) {
-  PushRepetition();
+// The key MakeMove gives the child: the moving, promoted and taken pieces and the side to move.
+// Castling also moves a rook and en passant takes elsewhere; for them the guess is wrong, which
+// costs one useless memory request.
+static inline uint64_t ChildKeyGuess(Move m, int side) {
+  const int piece = MovePiece(m), promotion = MovePromotion(m), captured = MoveCaptured(m);
+  uint64_t key = pos.hashKey ^ sideKey ^ pieceKey[side][piece][MoveFrom(m)] ^
+                 pieceKey[side][promotion ? promotion : piece][MoveTo(m)];
+  if (captured) key ^= pieceKey[side ^ 1][captured][MoveTo(m)];
+  return key;
+}
+
+// MakeMove, with the child's first memory access asked for as soon as its key is known: the
+// hash bucket of a full-width child before the move is made (right after it is too late to hide
+// much of the wait), the pawn entry (read by the evaluation) of one at the horizon.
+static inline void MakeAndPrefetch(Move m, int ply, int side, int childDepth) {
+  if (childDepth >= OnePly) PrefetchHash(ChildKeyGuess(m, side));
   MakeMove(m, ply, side);
+  if (childDepth < OnePly) PrefetchPawnEntry();
+}
+
+// Makes a move; an illegal one (own king left attacked) is taken back and not counted.
+static inline bool MakeLegal(Move m, int ply, int side, int depth) {
+  PushRepetition();
+  MakeAndPrefetch(m, ply, side, depth - OnePly);
   if (!KingAttacked(side)) return true;
   UnmakeMove(m, ply, side);
   PopRepetition();
@@ -143,7 +164,7 @@ static inline bool MakeLegal(Move m, int ply, int side) {
 static Outcome TrySingleMove(Node& n, Move m) {
   if (!m || !IsValidMove(m, n.side)) return Outcome::Continue;
   n.tried[n.triedCount++] = m;
-  if (!MakeLegal(m, n.ply, n.side)) return Outcome::Continue;
+  if (!MakeLegal(m, n.ply, n.side, n.depth)) return Outcome::Continue;
   return SearchMadeMove(n, m, false);
 }
 
@@ -157,11 +178,25 @@ static inline void EraseCounterMove(const Node& n) {
   }
 }
 
-// Selects the highest score among the entries still holding a move; ties keep list order.
-static inline int SelectBest(int start, int end) {
-  int chosen = -1;
+// The order in which the entries of a list are taken, highest score first and ties in list
+// order: the score in the high half of the key, the position reversed in the low half. The largest
+// key names its entry, so a pick is a plain maximum over the list.
+static int64_t pickKey[MoveListSize];
+constexpr int64_t TakenKey = INT64_MIN;
+
+// Keys for the entries from `start` to `end`; an entry without a move is taken already.
+static inline void SetPickKeys(int start, int end) {
   for (int i = start; i < end; i++)
-    if (moveList[i] && (chosen < 0 || scoreList[i] > scoreList[chosen])) chosen = i;
+    pickKey[i] = moveList[i] ? int64_t(scoreList[i]) * (int64_t(1) << 32) + int64_t(~uint32_t(i)) : TakenKey;
+}
+
+// Takes the entry of the highest score not yet taken; -1 when none is left.
+static inline int TakeBest(int start, int end) {
+  int64_t best = TakenKey;
+  for (int i = start; i < end; i++) best = pickKey[i] > best ? pickKey[i] : best;
+  if (best == TakenKey) return -1;
+  const int chosen = int(~uint32_t(uint64_t(best)));
+  pickKey[chosen] = TakenKey;
   return chosen;
 }
 
@@ -187,12 +222,12 @@ static Outcome SearchEvasions(Node& n, int start) {
       scoreList[i] = Wrap32(s);
     }
   }
-  for (int chosen; (chosen = SelectBest(start, end)) >= 0;) {
+  SetPickKeys(start, end);
+  for (int chosen; (chosen = TakeBest(start, end)) >= 0;) {
     const Move m = moveList[chosen];
-    moveList[chosen] = 0;
     if (AlreadyTried(n, m)) continue;
     PushRepetition();
-    MakeMove(m, ply, side);
+    MakeAndPrefetch(m, ply, side, n.depth - OnePly);
     const Outcome o = SearchMadeMove(n, m, true);
     if (o != Outcome::Continue) return o;
   }
@@ -214,7 +249,7 @@ static Outcome SearchMoves(Node& n, int start) {
   MoveListEnd[ply] = end;
   for (int i = start; i < end && scoreList[i] > 0; i++) {
     const Move m = moveList[i];
-    if (AlreadyTried(n, m) || !MakeLegal(m, ply, side)) continue;
+    if (AlreadyTried(n, m) || !MakeLegal(m, ply, side, n.depth)) continue;
     moveList[i] = 0;
     const Outcome o = SearchMadeMove(n, m, false);
     if (o != Outcome::Continue) return o;
@@ -227,7 +262,7 @@ static Outcome SearchMoves(Node& n, int start) {
     const Move m = k[slot].move;
     if (k[slot].count < 1 || AlreadyTried(n, m) || (slot == 1 && m == k[0].move) || !IsValidMove(m, side)) continue;
     n.tried[n.triedCount++] = m;
-    if (!MakeLegal(m, ply, side)) continue;
+    if (!MakeLegal(m, ply, side, n.depth)) continue;
     const Outcome o = SearchMadeMove(n, m, true);
     if (o != Outcome::Continue) return o;
   }
@@ -239,10 +274,10 @@ static Outcome SearchMoves(Node& n, int start) {
   end = int(GenerateQuiet(moveList + end, side) - moveList);
   for (int i = quietStart; i < end; i++) scoreList[i] = Wrap32(HistoryTable[side][moveList[i] & 4095]);
   MoveListEnd[ply] = end;
-  for (int chosen; (chosen = SelectBest(start, end)) >= 0;) {
+  SetPickKeys(start, end);
+  for (int chosen; (chosen = TakeBest(start, end)) >= 0;) {
     const Move m = moveList[chosen];
-    moveList[chosen] = 0;
-    if (AlreadyTried(n, m) || !MakeLegal(m, ply, side)) continue;
+    if (AlreadyTried(n, m) || !MakeLegal(m, ply, side, n.depth)) continue;
     const Outcome o = SearchMadeMove(n, m, true);
     if (o != Outcome::Continue) return o;
   }
@@ -270,6 +305,11 @@ int Search(int alpha, int beta, int depth, int ply, int side, int nullAllowed) {
 
   // Step 5: the horizon.
   if (depth < OnePly || ply >= MaxSearchPly - 2) return Quiesce(alpha, beta, ply, depth, side);
+
+  // The null move's child (step 12) comes after this node's own probe; its bucket is asked for now.
+  const bool tryNull = nullAllowed && !inCheck && beta != -Infinity && beta == alpha + 1 && ply >= 1 && pos.pieceCount[side];
+  const int reduced = depth <= DeepNullFrom ? depth - NullReduction : depth - DeepNullReduction;
+  if (tryNull && reduced >= OnePly) PrefetchHash(pos.hashKey ^ sideKey);
 
   // Step 6: endgame tablebases.
   int tableScore;
@@ -311,8 +351,7 @@ int Search(int alpha, int beta, int depth, int ply, int side, int nullAllowed) {
   }
 
   // Step 12: null move, in null-window nodes of a side that has a piece.
-  if (nullAllowed && !inCheck && beta != -Infinity && beta == alpha + 1 && ply >= 1 && pos.pieceCount[side]) {
-    const int reduced = depth <= DeepNullFrom ? depth - NullReduction : depth - DeepNullReduction;
+  if (tryNull) {
     const int epSquare = pos.epSquare;
     pos.hashKey ^= sideKey;
     pos.epSquare = 0;

@@ -37,6 +37,7 @@ int ReadInputByte() { return scriptAt < script.size() ? script[scriptAt++] : ".\
 void SleepMilliseconds(int) {}
 void DeleteFileQuietly(const char* name) { remove(name); }
 bool MoveFileIntoPlace(const char* from, const char* to) { return rename(from, to) == 0; }
+void AdviseHugePages(void*, size_t) {}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   inputPoll = PollInput;
