@@ -1,18 +1,18 @@
 // StaticExchange: the swap-off on one square, least valuable attacker first.
 #include "board/bitboard.h"
 #include "board/movegen.h"
+#include "board/tables.h"
 
 // The occupancy as the exchange goes on, in the same four orientations as the position's, so
 // that the sliding attacks can be looked up with the pieces that have taken part lifted off.
-struct ExchangeOccupancy {
-  Bitboard normal, r90, a1h8, h1a8;
-};
+using ExchangeOccupancy = OccupancyMasks;
 
 static inline void Lift(ExchangeOccupancy& o, int s) {
-  o.normal &= ~squareMask[s];
-  o.r90 &= clearR90[s];
-  o.a1h8 &= clearA1H8[s];
-  o.h1a8 &= clearH1A8[s];
+  const OccupancyMasks& m = occupancyMask[s];
+  o.normal &= ~m.normal;
+  o.r90 &= ~m.r90;
+  o.a1h8 &= ~m.a1h8;
+  o.h1a8 &= ~m.h1a8;
 }
 
 // Sliders of either side that attack `to` through `o`, the ones lifted off left out. Looking up
