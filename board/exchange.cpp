@@ -3,11 +3,10 @@
 #include "board/movegen.h"
 #include "board/tables.h"
 
-// The occupancy as the exchange goes on, in the same four orientations as the position's, so
-// that the sliding attacks can be looked up with the pieces that have taken part lifted off.
-using ExchangeOccupancy = OccupancyMasks;
-
-static inline void Lift(ExchangeOccupancy& o, int s) {
+// The occupancy as the exchange goes on is kept in the same four orientations as the
+// position's, so that the sliding attacks can be looked up with the pieces that have taken part
+// lifted off.
+static inline void Lift(OccupancyMasks& o, int s) {
   const OccupancyMasks& m = occupancyMask[s];
   o.normal &= ~m.normal;
   o.r90 &= ~m.r90;
@@ -17,7 +16,7 @@ static inline void Lift(ExchangeOccupancy& o, int s) {
 
 // Sliders of either side that attack `to` through `o`, the ones lifted off left out. Looking up
 // all four lines costs less than finding the one a lifted piece stood on.
-static inline Bitboard SlidersTo(int to, const ExchangeOccupancy& o) {
+static inline Bitboard SlidersTo(int to, const OccupancyMasks& o) {
   const DiagonalAttacks& d = diagonalAttacks[to];
   const Bitboard straight = rankAttacks[to][(o.normal >> (to & 56)) & 255] | fileAttacks[to][(o.r90 >> ((to & 7) * 8)) & 255];
   const Bitboard diagonal = d.attacksA1H8[(o.a1h8 >> d.shiftA1H8) & 255] | d.attacksH1A8[(o.h1a8 >> d.shiftH1A8) & 255];
@@ -26,7 +25,7 @@ static inline Bitboard SlidersTo(int to, const ExchangeOccupancy& o) {
 
 int StaticExchange(int from, int to, int side) {
   int gain[32];
-  ExchangeOccupancy occ = {pos.occupied, pos.occupiedR90, pos.occupiedA1H8, pos.occupiedH1A8};
+  OccupancyMasks occ = {pos.occupied, pos.occupiedR90, pos.occupiedA1H8, pos.occupiedH1A8};
   Lift(occ, from);
   // Pawns, knights and kings: no capture uncovers another of them.
   const Bitboard (*p)[6] = pos.pieces;
