@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <mutex>
@@ -205,6 +206,7 @@ struct Session {
   int linesSent = 0;    // every line written, stops and markers included
   size_t echoSeen = 0;  // "AddTo Queue [" lines read so far
   int markers = 0;
+  int starts = 0, movesChecked = 0;  // for the closing figures of a long run
   explicit Session(uint64_t seed) : random(seed) {}
 };
 
@@ -214,6 +216,7 @@ bool SendLine(Session& s, const std::string& line) {
 }
 
 bool Start(Session& s) {
+  s.starts++;
   s.engine.reset(new EngineProcess);
   if (!StartEngine(*s.engine)) return false;
   s.linesSent = 0;
@@ -226,6 +229,7 @@ bool Start(Session& s) {
 // Checks a move the engine announced or hinted: legal for the interpreter's side on the board.
 std::string CheckEngineMove(Session& s, const std::string& text, bool played) {
   GameState& r = s.referee;
+  s.movesChecked++;
   const Move m = FindLegal(r.game, text, r.engineSide);
   if (!m) return "illegal move " + text;
   if (!played) return "";
@@ -274,8 +278,7 @@ std::string AwaitMarker(Session& s) {
 
 // One session of `commands` generator lines; "" when all went well, else the fault and the tail
 // of the transcript.
-std::string RunSession(uint64_t seed, int commands) {
-  Session s(seed);
+std::string RunSteps(Session& s, uint64_t seed, int commands) {
   if (!Start(s)) return "cannot start the engine";
   while (s.commands < commands) {
     std::vector<std::string> lines;
@@ -297,6 +300,14 @@ std::string RunSession(uint64_t seed, int commands) {
   }
   SendLine(s, "quit");
   return ExitedWith(*s.engine, 0) ? "" : "quit did not end the engine with status 0\n" + Tail(*s.engine);
+}
+
+std::string RunSession(uint64_t seed, int commands) {
+  Session s(seed);
+  const std::string fault = RunSteps(s, seed, commands);
+  printf("chaos seed %llu: %d commands, %d steps, %d engine starts, %d moves checked, %s\n",
+         (unsigned long long)seed, s.commands, s.markers, s.starts, s.movesChecked, fault.empty() ? "sound" : "FAULT");
+  return fault;
 }
 
 uint64_t EnvironmentNumber(const char* name, uint64_t fallback) {
