@@ -1,15 +1,17 @@
 // ostrel-tbgen: makes endgame tables of up to five men by retrograde analysis, checks them, and
 // probes them through the engine.
 //
-//   ostrel-tbgen --dir DIR [--force] TABLE...   the tables and every table they convert into
-//   ostrel-tbgen --dir DIR [--force] --all N    every table of N men (3, 4 or 5) and below
+//   ostrel-tbgen --dir DIR [--threads N] [--force] TABLE...  the tables and what they convert into
+//   ostrel-tbgen --dir DIR [--threads N] [--force] --all N   every table of N men (3, 4 or 5) and below
 //   ostrel-tbgen --verify DIR [TABLE...]        every entry re-derived (all tables present if none named)
 //   ostrel-tbgen --probe DIR FEN...             "FEN<tab>draw|win N|loss N" per position
 //   ostrel-tbgen --compress DIR [TABLE...]      plain files replaced by ".emd" files (all if none named)
 //
 // Tables already present with the right sizes are kept unless --force names them for remaking;
 // the tables they need are always reused. The exit status is 0 when everything succeeded.
+#include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -23,6 +25,7 @@
 #include "tools/tbgen/retro.h"
 #include "tools/tbgen/store.h"
 #include "tools/tbgen/verify.h"
+#include "tools/tbgen/workers.h"
 
 static bool forceRemake;
 static bool allTables;  // --all: tables present are passed over without a word
@@ -70,7 +73,96 @@ static int Conversions(int table, int* out) {
   return n;
 }
 
-static bool visited[TableCount];
+// A five-man table takes minutes to make, so the files of one that was made and checked are
+// followed by a marker "NAME.verified" holding its check line, and `--all 5` resumes by passing
+// over every table that has it. Smaller tables are remade from nothing in seconds: for them the
+// files' sizes suffice, as they always did.
+static const char* MarkerName(int table) {
+  static char name[4096];
+  snprintf(name, sizeof name, "%s/%s.verified", tableDirectory, tableCatalogue[table].name);
+  return name;
+}
+
+static bool NeedsMarker(int table) { return MenOfTable(table) == 5; }
+
+static bool TableDone(int table) {
+  if (!TableFilesPresent(table)) return false;
+  if (!NeedsMarker(table)) return true;
+  FILE* f = fopen(MarkerName(table), "rb");
+  if (f) fclose(f);
+  return f != nullptr;
+}
+
+// The line --verify prints for a table.
+static void FormatCheck(int table, const VerifyResult& r, char* line, size_t size) {
+  snprintf(line, size, "%s: broken %llu %llu, mismatches %llu %llu, longest wins %d %d %d %d", tableCatalogue[table].name,
+           (unsigned long long)r.broken[0], (unsigned long long)r.broken[1], (unsigned long long)r.mismatches[0],
+           (unsigned long long)r.mismatches[1], r.longestWin[0][0], r.longestWin[1][0], r.longestWin[0][1],
+           r.longestWin[1][1]);
+}
+
+// Checks the files of a table just made, or found without their marker, and marks them; files
+// that fail are removed.
+static bool CheckAndMark(int table) {
+  const VerifyResult r = VerifyTable(table);
+  ReleaseTables();
+  char line[512];
+  FormatCheck(table, r, line, sizeof line);
+  fprintf(stderr, "%s\n", line);
+  if (!r.readable || r.mismatches[0] || r.mismatches[1]) {
+    fprintf(stderr, "%s: fails its check and is removed\n", tableCatalogue[table].name);
+    for (int side = 0; side < 2; side++) remove(TableFileName(table, side));
+    return false;
+  }
+  FILE* f = fopen(MarkerName(table), "wb");
+  const bool ok = f && fprintf(f, "%s\n", line) > 0;
+  if (!f || fclose(f) != 0 || !ok) {
+    fprintf(stderr, "%s: cannot write\n", MarkerName(table));
+    return false;
+  }
+  return true;
+}
+
+static double Seconds() {
+  using namespace std::chrono;
+  return duration<double>(steady_clock::now().time_since_epoch()).count();
+}
+
+// Progress over the tables to be made, weighed by their working entries, for the estimate of the
+// time left.
+static struct {
+  int tables, made;
+  double work, workDone, start;
+} progress;
+
+static double WorkOf(int table) {
+  SetUpLayout(table);
+  return 2.0 * double(layout.size);
+}
+
+static bool planned[TableCount], visited[TableCount];
+
+// Counts the tables Generate will make, and their work.
+static void Plan(int table, bool requested) {
+  if (planned[table]) return;
+  planned[table] = true;
+  int needs[64];
+  const int n = Conversions(table, needs);
+  for (int i = 0; i < n; i++) Plan(needs[i], false);
+  if (TableDone(table) && !(requested && forceRemake)) return;
+  progress.tables++;
+  progress.work += WorkOf(table);
+}
+
+static void ReportProgress(int table, double started, double cpuStarted) {
+  progress.made++;
+  progress.workDone += WorkOf(table);
+  const double now = Seconds(), spent = now - progress.start;
+  const double left = progress.workDone > 0 ? spent * (progress.work - progress.workDone) / progress.workDone : 0;
+  fprintf(stderr, "%s: done in %.0f s (%.0f s of processor time); table %d of %d, about %.0f min left\n",
+          tableCatalogue[table].name, now - started, double(clock() - cpuStarted) / CLOCKS_PER_SEC, progress.made,
+          progress.tables, left / 60);
+}
 
 // Generates `table` after everything it converts into. `requested` tables are remade under --force.
 static bool Generate(int table, bool requested) {
@@ -80,13 +172,22 @@ static bool Generate(int table, bool requested) {
   const int n = Conversions(table, needs);
   for (int i = 0; i < n; i++)
     if (!Generate(needs[i], false)) return false;
+  const double started = Seconds(), cpuStarted = double(clock());
   if (TableFilesPresent(table) && !(requested && forceRemake)) {
-    if (requested && !allTables) fprintf(stderr, "%s: already in %s (--force makes it again)\n", tableCatalogue[table].name, tableDirectory);
-    return true;
+    if (TableDone(table)) {
+      if (requested && !allTables) fprintf(stderr, "%s: already in %s (--force makes it again)\n", tableCatalogue[table].name, tableDirectory);
+      return true;
+    }
+    if (CheckAndMark(table)) {
+      ReportProgress(table, started, cpuStarted);
+      return true;
+    }
   }
-  const bool ok = SolveTable(table) && WriteSolvedTable();
+  bool ok = SolveTable(table) && WriteSolvedTable();
   ReleaseSolvedTable();
   ReleaseTables();
+  if (ok && NeedsMarker(table)) ok = CheckAndMark(table);
+  if (ok) ReportProgress(table, started, cpuStarted);
   return ok;
 }
 
@@ -104,10 +205,9 @@ static int Verify(int argc, char** argv) {
       ok = false;
       continue;
     }
-    printf("%s: broken %llu %llu, mismatches %llu %llu, longest wins %d %d %d %d\n", tableCatalogue[t].name,
-           (unsigned long long)r.broken[0], (unsigned long long)r.broken[1], (unsigned long long)r.mismatches[0],
-           (unsigned long long)r.mismatches[1], r.longestWin[0][0], r.longestWin[1][0], r.longestWin[0][1],
-           r.longestWin[1][1]);
+    char line[512];
+    FormatCheck(t, r, line, sizeof line);
+    printf("%s\n", line);
     ok &= r.mismatches[0] == 0 && r.mismatches[1] == 0;
     ReleaseTables();
   }
@@ -141,8 +241,8 @@ static int Compress(int argc, char** argv) {
 
 static int Usage() {
   fprintf(stderr,
-          "usage: ostrel-tbgen --dir DIR [--force] TABLE...\n"
-          "       ostrel-tbgen --dir DIR [--force] --all 3|4|5\n"
+          "usage: ostrel-tbgen --dir DIR [--threads N] [--force] TABLE...\n"
+          "       ostrel-tbgen --dir DIR [--threads N] [--force] --all 3|4|5\n"
           "       ostrel-tbgen --verify DIR [TABLE...]\n"
           "       ostrel-tbgen --probe DIR FEN...\n"
           "       ostrel-tbgen --compress DIR [TABLE...]\n");
@@ -166,11 +266,19 @@ int main(int argc, char** argv) {
     return 1;
   }
   int first = 3;
+  if (first + 1 < argc && strcmp(argv[first], "--threads") == 0) {
+    workerThreads = atoi(argv[first + 1]);
+    if (workerThreads < 1 || workerThreads > 64) return Usage();
+    first += 2;
+  }
   if (first < argc && strcmp(argv[first], "--force") == 0) forceRemake = true, first++;
   if (first < argc && strcmp(argv[first], "--all") == 0) {
     const int men = first + 1 < argc ? atoi(argv[first + 1]) : 0;
     if (men < 3 || men > 5 || first + 2 != argc) return Usage();
     allTables = true;
+    for (int t = 1; t < TableCount; t++)
+      if (MenOfTable(t) <= men) Plan(t, true);
+    progress.start = Seconds();
     for (int t = 1; t < TableCount; t++)
       if (MenOfTable(t) <= men && !Generate(t, true)) return 1;
     return 0;
@@ -181,6 +289,8 @@ int main(int argc, char** argv) {
       fprintf(stderr, "%s: no such table\n", argv[i]);
       return 2;
     }
+  for (int i = first; i < argc; i++) Plan(TableOfName(argv[i]), true);
+  progress.start = Seconds();
   for (int i = first; i < argc; i++)
     if (!Generate(TableOfName(argv[i]), true)) return 1;
   return 0;

@@ -69,47 +69,64 @@ static int ManOn(const Men& p, int square) {
   return -1;
 }
 
-// Pseudo-legal generation (`legal` false) leaves the legality test to the caller.
-static int Add(const Men& p, MenMove* list, int n, MenMove m, bool legal) {
-  if (!legal || MenMoveLegal(p, m)) list[n++] = m;
+// `test` asks for the legality test of the move before it is added.
+static int Add(const Men& p, MenMove* list, int n, MenMove m, bool test) {
+  if (!test || MenMoveLegal(p, m)) list[n++] = m;
   return n;
 }
 
 // A pawn move to the last rank comes once per promotion type.
-static int AddPawnMove(const Men& p, MenMove* list, int n, int man, int to, int captured, bool legal) {
-  if (RankOf(to) != 0 && RankOf(to) != 7) return Add(p, list, n, {man, to, captured, 0, false}, legal);
-  for (int type = Queen; type >= Knight; type--) n = Add(p, list, n, {man, to, captured, type, false}, legal);
+static int AddPawnMove(const Men& p, MenMove* list, int n, int man, int to, int captured, bool test) {
+  if (RankOf(to) != 0 && RankOf(to) != 7) return Add(p, list, n, {man, to, captured, 0, false}, test);
+  for (int type = Queen; type >= Knight; type--) n = Add(p, list, n, {man, to, captured, type, false}, test);
   return n;
+}
+
+// The squares of the side to move's men whose moves need the legality test: all of them in check;
+// otherwise the king and any man standing between it and an enemy slider aimed at it (the only
+// ones a move can expose the king by).
+static Bitboard MenToTest(const Men& p, Bitboard occupied) {
+  const int king = KingSquare(p, p.toMove);
+  if (MenAttacked(p, king, p.toMove ^ 1, occupied)) return ~Bitboard(0);
+  Bitboard test = squareMask[king];
+  for (int i = 0; i < p.count; i++) {
+    const Man& m = p.man[i];
+    if (m.side != p.toMove && Slides(m.type) && (EmptyBoardAttacks(m.type, m.side, m.square) & squareMask[king]))
+      test |= betweenMask[m.square][king] & occupied;
+  }
+  return test;
 }
 
 static int GenerateMoves(const Men& p, MenMove* list, bool legal) {
   const Bitboard occupied = Occupancy(p);
+  const Bitboard toTest = legal ? MenToTest(p, occupied) : 0;
   int n = 0;
   for (int i = 0; i < p.count; i++) {
     const Man& m = p.man[i];
     if (m.side != p.toMove) continue;
+    const bool test = (toTest & squareMask[m.square]) != 0;
     if (m.type == Pawn) {
       const int step = m.side == White ? 8 : -8;
       const int one = m.square + step;
       if (!(occupied & squareMask[one])) {
-        n = AddPawnMove(p, list, n, i, one, -1, legal);
+        n = AddPawnMove(p, list, n, i, one, -1, test);
         const int startRank = m.side == White ? 1 : 6;
         if (RankOf(m.square) == startRank && !(occupied & squareMask[one + step]))
-          n = Add(p, list, n, {i, one + step, -1, 0, true}, legal);
+          n = Add(p, list, n, {i, one + step, -1, 0, true}, test);
       }
       for (Bitboard b = pawnAttacks[m.side][m.square] & occupied; b;) {
         const int to = PopLowest(b);
         const int victim = ManOn(p, to);
-        if (p.man[victim].side != m.side) n = AddPawnMove(p, list, n, i, to, victim, legal);
+        if (p.man[victim].side != m.side) n = AddPawnMove(p, list, n, i, to, victim, test);
       }
       continue;
     }
     for (Bitboard b = Attacks(m, occupied); b;) {
       const int to = PopLowest(b);
       const int victim = ManOn(p, to);
-      if (victim < 0) n = Add(p, list, n, {i, to, -1, 0, false}, legal);
+      if (victim < 0) n = Add(p, list, n, {i, to, -1, 0, false}, test);
       else if (p.man[victim].side != m.side && p.man[victim].type != King)
-        n = Add(p, list, n, {i, to, victim, 0, false}, legal);
+        n = Add(p, list, n, {i, to, victim, 0, false}, test);
     }
   }
   return n;

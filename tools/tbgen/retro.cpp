@@ -20,12 +20,13 @@
 // candidate is looked at again then (the deferred list, rare enough to be a plain vector).
 //
 // Every step is a scan over index ranges of positions held as small values, with no shared
-// board: two workers can split the ranges. Step a only ever lowers a byte (a race between two
-// markings keeps either win of the level, both right); candidate bits and deferred entries
-// would be kept per worker.
+// board, so the worker threads split the ranges (workers.h). One side's array is scanned while
+// the other's is marked: step a lowers bytes of the other side by compare-and-swap, so the win
+// kept is the fastest whichever thread comes last; candidate bits are set by atomic or; step b
+// writes only its own range and reads only the other side, which no one writes meanwhile.
 #include "tools/tbgen/retro.h"
 
-#include <chrono>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -36,11 +37,12 @@
 #include "tools/tbgen/layout.h"
 #include "tools/tbgen/store.h"
 #include "tools/tbgen/values.h"
+#include "tools/tbgen/workers.h"
 
 static uint8_t* values[2];      // [side]: working values
 static uint64_t* candidates[2];  // [side]: one bit per entry
-static int lastLevel;            // the loop runs at least to this level
-static bool failed;              // a table converted into could not be read
+static std::atomic<int> lastLevel;  // the loop runs at least to this level
+static std::atomic<bool> failed;    // a table converted into could not be read
 
 struct Deferred {
   int level;
@@ -49,11 +51,21 @@ struct Deferred {
 };
 static std::vector<Deferred> deferred;
 
+// What the pass the workers run is about.
+static int passSide, passLevel;
+static std::atomic<uint64_t> passCount;
+
 static int SideOf(const Men& p) { return p.toMove == White ? 0 : 1; }
 static uint8_t& ValueOf(const Men& p) { return values[SideOf(p)][WorkIndex(p)]; }
 
 static void NeedLevel(int level) {
-  if (level > lastLevel) lastLevel = level;
+  int seen = lastLevel.load(std::memory_order_relaxed);
+  while (level > seen && !lastLevel.compare_exchange_weak(seen, level, std::memory_order_relaxed)) {
+  }
+}
+
+static void MarkCandidate(int side, uint64_t index) {
+  __atomic_fetch_or(&candidates[side][index >> 6], 1ULL << (index & 63), __ATOMIC_RELAXED);
 }
 
 static bool IsConversion(const MenMove& m) { return m.captured >= 0 || m.promotion; }
@@ -76,9 +88,10 @@ static int EpCapturesValue(const Men& p, int epSquare, bool* any) {
   return best;
 }
 
-static void FirstPass(int side) {
+static void FirstPass(uint64_t begin, uint64_t end) {
+  const int side = passSide;
   MenMove moves[MaxMenMoves];
-  for (uint64_t index = 0; index < layout.size; index++) {
+  for (uint64_t index = begin; index < end; index++) {
     Men p;
     if (!DecodeWork(index, side, &p)) continue;
     const int n = GenerateMenMoves(p, moves);
@@ -140,8 +153,11 @@ static void MarkWins(const Men& lost, int level) {
         NeedLevel(win);
       }
     }
-    uint8_t& v = ValueOf(before);
-    if (v == 0 || (IsWin(v) && v > win)) v = uint8_t(win);
+    uint8_t* v = &ValueOf(before);
+    uint8_t seen = __atomic_load_n(v, __ATOMIC_RELAXED);
+    while ((seen == 0 || (IsWin(seen) && seen > win)) &&
+           !__atomic_compare_exchange_n(v, &seen, uint8_t(win), true, __ATOMIC_RELAXED, __ATOMIC_RELAXED)) {
+    }
   }
 }
 
@@ -152,7 +168,7 @@ static void MarkCandidates(const Men& won) {
     const Men before = MenBefore(won, unmoves[i]);
     const int side = SideOf(before);
     const uint64_t index = WorkIndex(before);
-    if (values[side][index] == 0) candidates[side][index >> 6] |= 1ULL << (index & 63);
+    if (values[side][index] == 0) MarkCandidate(side, index);
   }
 }
 
@@ -193,30 +209,60 @@ static int CandidateLoss(const Men& p, uint64_t index, int level) {
     if (opponent > slowest) slowest = opponent;
   }
   if (waitFor) {
+    LockWorkers();
     deferred.push_back({waitFor, SideOf(p), index});
+    UnlockWorkers();
     NeedLevel(waitFor);
     return 0;
   }
   return slowest ? LossValue(slowest) : 0;
 }
 
-static void ScanForValue(int side, int value, void (*visit)(const Men&, int), int level) {
-  const uint8_t* v = values[side];
-  for (uint64_t index = 0; index < layout.size; index++) {
-    if (v[index] != value) continue;
+// True when one of the eight bytes of `word` equals the byte repeated in `pattern`.
+static bool HasByte(uint64_t word, uint64_t pattern) {
+  const uint64_t x = word ^ pattern;
+  return ((x - 0x0101010101010101ULL) & ~x & 0x8080808080808080ULL) != 0;
+}
+
+// The positions of passSide whose value is `scanValue`, visited; eight bytes are passed over at
+// a time, as almost none hold the value looked for.
+static int scanValue;
+static void (*scanVisit)(const Men&, int);
+
+static void ScanChunk(uint64_t begin, uint64_t end) {
+  const uint8_t* v = values[passSide];
+  const uint64_t pattern = 0x0101010101010101ULL * uint8_t(scanValue);
+  for (uint64_t index = begin; index < end; index++) {
+    if ((index & 7) == 0 && index + 8 <= end) {
+      uint64_t word;
+      memcpy(&word, v + index, 8);
+      if (!HasByte(word, pattern)) {
+        index += 7;
+        continue;
+      }
+    }
+    if (v[index] != scanValue) continue;
     Men p;
-    DecodeWork(index, side, &p);
-    visit(p, level);
+    DecodeWork(index, passSide, &p);
+    scanVisit(p, passLevel);
   }
+}
+
+static void ScanForValue(int side, int value, void (*visit)(const Men&, int), int level) {
+  passSide = side;
+  passLevel = level;
+  scanValue = value;
+  scanVisit = visit;
+  ForEachChunk(layout.size, ScanChunk);
 }
 
 static void CandidateVisit(const Men& won, int) { MarkCandidates(won); }
 
-// Runs step b on the candidates of one side; returns how many were found lost.
-static uint64_t SettleCandidates(int side, int level) {
+// Step b on the candidates of passSide in one chunk; passCount counts those found lost.
+static void SettleChunk(uint64_t begin, uint64_t end) {
+  const int side = passSide, level = passLevel;
   uint64_t lost = 0;
-  const uint64_t words = (layout.size + 63) / 64;
-  for (uint64_t w = 0; w < words; w++) {
+  for (uint64_t w = begin / 64; w < (end + 63) / 64; w++) {
     uint64_t bits = candidates[side][w];
     candidates[side][w] = 0;
     while (bits) {
@@ -231,16 +277,19 @@ static uint64_t SettleCandidates(int side, int level) {
       lost++;
     }
   }
-  return lost;
+  passCount += lost;
 }
 
-static double Seconds() {
-  using namespace std::chrono;
-  return duration<double>(steady_clock::now().time_since_epoch()).count();
+// Runs step b on the candidates of one side; returns how many were found lost.
+static uint64_t SettleCandidates(int side, int level) {
+  passSide = side;
+  passLevel = level;
+  passCount = 0;
+  ForEachChunk(layout.size, SettleChunk);
+  return passCount;
 }
 
 bool SolveTable(int table) {
-  const double start = Seconds();
   SetUpLayout(table);
   failed = false;
   lastLevel = 0;
@@ -254,7 +303,7 @@ bool SolveTable(int table) {
       return false;
     }
   }
-  for (int side = 0; side < 2; side++) FirstPass(side);
+  for (passSide = 0; passSide < 2; passSide++) ForEachChunk(layout.size, FirstPass);
   if (failed) return false;
   int level = 1;
   for (; level <= 127; level++) {
@@ -265,7 +314,7 @@ bool SolveTable(int table) {
         i++;
         continue;
       }
-      candidates[deferred[i].side][deferred[i].index >> 6] |= 1ULL << (deferred[i].index & 63);
+      MarkCandidate(deferred[i].side, deferred[i].index);
       deferred[i] = deferred.back();
       deferred.pop_back();
     }
@@ -274,7 +323,7 @@ bool SolveTable(int table) {
     if (failed) return false;
     if (level >= lastLevel && !lost) break;
   }
-  fprintf(stderr, "%s: solved in %d levels, %.1f s\n", tableCatalogue[table].name, level, Seconds() - start);
+  fprintf(stderr, "%s: solved in %d levels\n", tableCatalogue[table].name, level);
   return true;
 }
 

@@ -1,15 +1,18 @@
 #include "tools/tbgen/store.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "tablebases/catalogue.h"
 #include "tools/tbgen/values.h"
+#include "tools/tbgen/workers.h"
 
 const char* tableDirectory = ".";
 
-static int8_t* loaded[TableCount][2];
+// Worker threads read tables as they need them: the first to need one loads it under the lock.
+static std::atomic<int8_t*> loaded[TableCount][2];
 
 const char* TableFileName(int table, int side) {
   static char name[4096];
@@ -31,8 +34,7 @@ bool TableFilesPresent(int table) {
   return true;
 }
 
-const int8_t* LoadTableSide(int table, int side) {
-  if (loaded[table][side]) return loaded[table][side];
+static int8_t* ReadTableSide(int table, int side) {
   const char* name = TableFileName(table, side);
   const uint32_t count = tableCatalogue[table].count[side];
   FILE* f = fopen(name, "rb");
@@ -48,15 +50,24 @@ const int8_t* LoadTableSide(int table, int side) {
     free(bytes);
     return nullptr;
   }
-  return loaded[table][side] = bytes;
+  return bytes;
+}
+
+const int8_t* LoadTableSide(int table, int side) {
+  if (const int8_t* bytes = loaded[table][side].load(std::memory_order_acquire)) return bytes;
+  LockWorkers();
+  int8_t* bytes = loaded[table][side].load(std::memory_order_acquire);
+  if (!bytes) {
+    bytes = ReadTableSide(table, side);
+    loaded[table][side].store(bytes, std::memory_order_release);
+  }
+  UnlockWorkers();
+  return bytes;
 }
 
 void ReleaseTables() {
   for (auto& table : loaded)
-    for (int8_t*& side : table) {
-      free(side);
-      side = nullptr;
-    }
+    for (std::atomic<int8_t*>& side : table) free(side.exchange(nullptr));
 }
 
 bool StoredValue(const Men& p, int epSquare, int* value) {
@@ -80,13 +91,22 @@ bool StoredValue(const Men& p, int epSquare, int* value) {
   const int side = p.toMove == strongSide ? 0 : 1;
   const int8_t* bytes = LoadTableSide(table, side);
   if (!bytes) return false;
-  static int squares[2][64];  // [stronger, weaker]; kept empty between calls
+  thread_local int squares[2][64];  // [stronger, weaker]; kept empty between calls
   for (int i = 0; i < p.count; i++) squares[p.man[i].side == strongSide ? 0 : 1][p.man[i].square] = p.man[i].type;
   const uint32_t index = tableCatalogue[table].index[side](squares[0], squares[1], epSquare < 0 ? NoEpSquare : epSquare, invert);
   for (int i = 0; i < p.count; i++) squares[p.man[i].side == strongSide ? 0 : 1][p.man[i].square] = 0;
   if (index >= tableCatalogue[table].count[side] || bytes[index] == BrokenByte) return false;
   *value = ValueOfByte(bytes[index]);
   return true;
+}
+
+// The bytes of a side are made by the worker threads a stretch at a time, then written.
+static int8_t fillChunk[1 << 20];
+static uint32_t fillStart;
+static int8_t (*fillNext)(uint32_t index);
+
+static void FillChunk(uint64_t begin, uint64_t end) {
+  for (uint64_t i = begin; i < end; i++) fillChunk[i] = fillNext(fillStart + uint32_t(i));
 }
 
 bool WriteTableSide(int table, int side, int8_t (*next)(uint32_t index)) {
@@ -98,13 +118,13 @@ bool WriteTableSide(int table, int side, int8_t (*next)(uint32_t index)) {
     fprintf(stderr, "%s: cannot create\n", temporary);
     return false;
   }
-  static int8_t chunk[1 << 20];
   const uint32_t count = tableCatalogue[table].count[side];
   bool ok = true;
-  for (uint32_t start = 0; start < count && ok; start += sizeof chunk) {
-    const uint32_t n = count - start < sizeof chunk ? count - start : uint32_t(sizeof chunk);
-    for (uint32_t i = 0; i < n; i++) chunk[i] = next(start + i);
-    ok = fwrite(chunk, 1, n, f) == n;
+  fillNext = next;
+  for (fillStart = 0; fillStart < count && ok; fillStart += sizeof fillChunk) {
+    const uint32_t n = count - fillStart < sizeof fillChunk ? count - fillStart : uint32_t(sizeof fillChunk);
+    ForEachChunk(n, FillChunk);
+    ok = fwrite(fillChunk, 1, n, f) == n;
   }
   ok = fclose(f) == 0 && ok;
   if (ok && rename(temporary, name) != 0) ok = false;

@@ -22,6 +22,7 @@ void ReleaseTables();
 // found. Two bare kings are a draw.
 bool StoredValue(const Men& p, int epSquare, int* value);
 
-// Writes `count` bytes produced by `next` as the file of a table side: to a temporary name, then
-// renamed, so that a table's name never holds half a table. False with a message on failure.
+// Writes the bytes produced by `next` (called from the worker threads, in no particular order) as
+// the file of a table side: to a temporary name, then renamed, so that a table's name never holds
+// half a table. False with a message on failure.
 bool WriteTableSide(int table, int side, int8_t (*next)(uint32_t index));

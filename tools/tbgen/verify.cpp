@@ -14,6 +14,7 @@
 #include "tools/tbgen/layout.h"
 #include "tools/tbgen/store.h"
 #include "tools/tbgen/values.h"
+#include "tools/tbgen/workers.h"
 
 static const int MismatchesNamed = 5;
 
@@ -34,10 +35,13 @@ static bool Decode(int table, int side, uint32_t index, Men* p, int* epSquare) {
   return true;
 }
 
+// Mismatches are few: they are counted (and the first few named) under the workers' lock.
 static void Mismatch(VerifyResult* r, int table, int side, uint32_t index, int stored, int derived) {
+  LockWorkers();
   if (r->mismatches[side]++ < MismatchesNamed)
     fprintf(stderr, "%s: index %u holds %d, its successors give %d\n", TableFileName(table, side), index, stored,
             derived);
+  UnlockWorkers();
 }
 
 static void CountLongest(VerifyResult* r, int side, int stored) {
@@ -46,8 +50,61 @@ static void CountLongest(VerifyResult* r, int side, int stored) {
     r->longestWin[side][side ^ 1] = Distance(stored);
 }
 
+// The table and side the workers check, their files' bytes and the result they add to.
+static int checkTable, checkSide;
+static const int8_t* checkBytes;
+static VerifyResult checked;
+
+// Every entry at the working index of its position; two entries of one position must agree.
+static void SpreadChunk(uint64_t begin, uint64_t end) {
+  for (uint64_t index = begin; index < end; index++) {
+    Men p;
+    int ep;
+    if (!Decode(checkTable, checkSide, uint32_t(index), &p, &ep) || ep >= 0) continue;
+    const int8_t b = checkBytes[index];
+    const int8_t was = __atomic_exchange_n(&working[checkSide][WorkIndex(p)], b, __ATOMIC_RELAXED);
+    if (was != BrokenByte && was != b) Mismatch(&checked, checkTable, checkSide, uint32_t(index), b, was);
+  }
+}
+
+static void DeriveChunk(uint64_t begin, uint64_t end) {
+  const int side = checkSide;
+  VerifyResult local = {};
+  local.readable = true;
+  local.longestWin[side][0] = local.longestWin[side][1] = -1;
+  for (uint64_t i = begin; i < end && local.readable; i++) {
+    const uint32_t index = uint32_t(i);
+    Men p;
+    int ep, derived = 0;
+    const int8_t b = checkBytes[index];
+    if (!Decode(checkTable, side, index, &p, &ep)) {
+      local.broken[side]++;
+      if (b != BrokenByte) Mismatch(&checked, checkTable, side, index, b, BrokenByte);
+      continue;
+    }
+    if (!DerivedValue(p, ep, WorkingOrStored, &derived)) {
+      local.readable = false;
+      break;
+    }
+    const int stored = ValueOfByte(b);
+    // A loss in 127 moves is stored as one in 126.
+    if (b == BrokenByte || (stored != derived && !(stored == LossValue(126) && derived == LossValue(127))))
+      Mismatch(&checked, checkTable, side, index, b, FileByte(derived));
+    CountLongest(&local, side, stored);
+  }
+  LockWorkers();
+  VerifyResult& r = checked;
+  r.readable &= local.readable;
+  r.broken[side] += local.broken[side];
+  for (int winner = 0; winner < 2; winner++)
+    if (local.longestWin[side][winner] > r.longestWin[side][winner])
+      r.longestWin[side][winner] = local.longestWin[side][winner];
+  UnlockWorkers();
+}
+
 VerifyResult VerifyTable(int table) {
-  VerifyResult r = {};
+  VerifyResult& r = checked;
+  r = {};
   r.readable = true;
   SetUpLayout(table);
   const int8_t* bytes[2];
@@ -58,35 +115,15 @@ VerifyResult VerifyTable(int table) {
     if (!bytes[side] || !working[side]) r.readable = false;
     else memset(working[side], BrokenByte, layout.size);
   }
-  for (int side = 0; side < 2 && r.readable; side++)
-    for (uint32_t index = 0; index < tableCatalogue[table].count[side]; index++) {
-      Men p;
-      int ep;
-      if (!Decode(table, side, index, &p, &ep) || ep >= 0) continue;
-      int8_t& w = working[side][WorkIndex(p)];
-      if (w != BrokenByte && w != bytes[side][index]) Mismatch(&r, table, side, index, bytes[side][index], w);
-      w = bytes[side][index];
-    }
-  for (int side = 0; side < 2 && r.readable; side++)
-    for (uint32_t index = 0; index < tableCatalogue[table].count[side]; index++) {
-      Men p;
-      int ep, derived = 0;
-      const int8_t b = bytes[side][index];
-      if (!Decode(table, side, index, &p, &ep)) {
-        r.broken[side]++;
-        if (b != BrokenByte) Mismatch(&r, table, side, index, b, BrokenByte);
-        continue;
-      }
-      if (!DerivedValue(p, ep, WorkingOrStored, &derived)) {
-        r.readable = false;
-        break;
-      }
-      const int stored = ValueOfByte(b);
-      // A loss in 127 moves is stored as one in 126.
-      if (b == BrokenByte || (stored != derived && !(stored == LossValue(126) && derived == LossValue(127))))
-        Mismatch(&r, table, side, index, b, FileByte(derived));
-      CountLongest(&r, side, stored);
-    }
+  checkTable = table;
+  for (checkSide = 0; checkSide < 2 && r.readable; checkSide++) {
+    checkBytes = bytes[checkSide];
+    ForEachChunk(tableCatalogue[table].count[checkSide], SpreadChunk);
+  }
+  for (checkSide = 0; checkSide < 2 && r.readable; checkSide++) {
+    checkBytes = bytes[checkSide];
+    ForEachChunk(tableCatalogue[table].count[checkSide], DeriveChunk);
+  }
   for (int8_t*& w : working) {
     free(w);
     w = nullptr;
