@@ -17,11 +17,7 @@ namespace {
 
 const char* const border = "+---+---+---+---+---+---+---+---+";
 
-struct Session {
-  const char* name;
-  std::vector<std::string> arguments, script;
-  int status = 0;
-};
+struct Session { const char* name; std::vector<std::string> arguments, script; int status = 0; };
 
 std::ostream& operator<<(std::ostream& out, const Session& s) { return out << s.name; }
 

@@ -21,12 +21,8 @@ class EpdAnalysis : public testing::Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(scratch.Enter());
-    Captured([] {
-      if (!hashTable) InitHT(MinHashBits);
-    });
-    settings = Settings{};
-    engineFlags = EngineFlags{};
-    gameClock = GameClock{};
+    Captured([] { if (!hashTable) InitHT(MinHashBits); });
+    settings = Settings{}, engineFlags = EngineFlags{}, gameClock = GameClock{};
   }
   void TearDown() override {
     engineFlags.analyze = 0;
@@ -94,8 +90,7 @@ TEST_F(EpdAnalysis, EpdModeWritesOnlyTheOperations) {
 
 TEST_F(EpdAnalysis, MissingSuiteUnwritableResultAndBrokenPositions) {
   EXPECT_EQ(Run("no-such-suite.epd", "results.txt"), "Cannot open file no-such-suite.epd\n");
-  EXPECT_EQ(access("notfound.epd", F_OK), -1);
-  EXPECT_EQ(access("results.txt", F_OK), -1);
+  EXPECT_TRUE(access("notfound.epd", F_OK) == -1 && access("results.txt", F_OK) == -1);
 
   WriteFile("broken.epd",
         std::string(5000, '7') + "\n" +  // longer than a line can be: read in pieces

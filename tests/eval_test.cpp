@@ -40,9 +40,8 @@ const PawnEntry& Formation(const char* fen) {
   return ProbePawnTable();
 }
 
-// The king-safety gate reads an attacker's occupancy as a number, so only men all standing on
-// a1 and b1 are let off; the mirror of that is not. Such positions are the one designed
-// asymmetry and are left out.
+// The king-safety gate reads an attacker's occupancy as a number, so only men all standing on a1 and b1 are let off;
+// the mirror of that is not. Such positions are the one designed asymmetry and are left out.
 bool GateAsymmetric() { return pos.colourOcc[White] < 4 || pos.colourOcc[Black] < 4; }
 
 struct Checked {
@@ -100,10 +99,7 @@ TEST(EvalSymmetry, MirroredPositionsScoreOpposite) {
 
 // Catches a second-stage term lost, mis-signed, mis-weighted or read for the wrong side.
 TEST(EvalTerms, SecondStageOnPositionsWorkedOutByHand) {
-  const struct {
-    const char* fen;
-    int halfMoves, toMove, value;
-  } cases[] = {
+  const struct { const char* fen; int halfMoves, toMove, value; } cases[] = {
       // Bishop pair with no pawns +1000; a 6000 lead against a bare king: 50 per step under 14.
       {"4k3/8/8/8/8/8/8/2B1KB2 w - -", 40, Any, 1000 + 350},
       // A rook: open file +100, 10 per square it sees; on the seventh +800 with the enemy king on
@@ -153,18 +149,14 @@ TEST(EvalTerms, PawnFormations) {
     uint64_t passed;  // passed on their fifth rank or beyond
   } cases[] = {
       // b- and c-pawns support each other; only the doubling counts.
-      {"4k3/1pp5/8/8/8/1P6/1PP5/4K3 w - -", -85, 0},
-      {"4k3/1pp5/8/8/1P6/1P6/1PP5/4K3 w - -", -170, 0},
+      {"4k3/1pp5/8/8/8/1P6/1PP5/4K3 w - -", -85, 0}, {"4k3/1pp5/8/8/1P6/1P6/1PP5/4K3 w - -", -170, 0},
       {"4k3/1pp5/1p6/1p6/8/8/1PP5/4K3 w - -", 170, 0},
       // a5 alone against h7 alone: both isolated; with a neighbour the a-pawn is not.
-      {"4k3/7p/8/P7/8/8/8/4K3 w - -", 0, A5bit},
-      {"4k3/7p/8/P7/8/8/1P6/4K3 w - -", 100, A5bit},
+      {"4k3/7p/8/P7/8/8/8/4K3 w - -", 0, A5bit}, {"4k3/7p/8/P7/8/8/1P6/4K3 w - -", 100, A5bit},
       // Passed only from the fifth rank (Black's fifth is the fourth from White's side); a black
       // pawn ahead on an adjacent file stops it, one behind does not.
-      {"4k3/8/8/8/4P3/8/8/4K3 w - -", Any, 0},
-      {"4k3/8/8/4P3/8/8/8/4K3 w - -", Any, E5bit},
-      {"4k3/3p4/8/4P3/8/8/8/4K3 w - -", Any, 0},
-      {"4k3/8/8/4P3/3p4/8/8/4K3 w - -", Any, E5bit | D4bit},
+      {"4k3/8/8/8/4P3/8/8/4K3 w - -", Any, 0}, {"4k3/8/8/4P3/8/8/8/4K3 w - -", Any, E5bit},
+      {"4k3/3p4/8/4P3/8/8/8/4K3 w - -", Any, 0}, {"4k3/8/8/4P3/3p4/8/8/4K3 w - -", Any, E5bit | D4bit},
       {"4k3/8/8/8/3p4/8/8/4K3 w - -", Any, D4bit},
   };
   for (const auto& c : cases) {
@@ -188,12 +180,10 @@ TEST(EvalTerms, KingSafety) {
       // Bare kings: each king's index is its base and the open file (4 + 2, and 2 + 4 + 2 more
       // around an e-file king), halved without a queen. White king on a1 or b1: 6 / 2 = 3,
       // danger 250. Black king on e8: 15 / 2 = 7, danger 770, once White's occupancy is 4 or more.
-      {"4k3/8/8/8/8/8/8/K7 w - -", -250},
-      {"4k3/8/8/8/8/8/8/1K6 w - -", -250},
+      {"4k3/8/8/8/8/8/8/K7 w - -", -250}, {"4k3/8/8/8/8/8/8/1K6 w - -", -250},
       {"4k3/8/8/8/8/8/8/2K5 w - -", 770 - 250},
-      // White (c1): a-pawn home, b and c missing (13), open c-file 4 + 2: 19 / 2 = 9, danger 845.
-      // Black (e8): base 1, f-h missing (16), open d, e, f around the king 8, open e-file 4 + 2:
-      // 31 / 2 = 15, danger 1020.
+      // White (c1): a-pawn home, b and c missing (13), open c-file 4 + 2: 19 / 2 = 9, danger 845. Black (e8): base 1,
+      // f-h missing (16), open d, e, f around the king 8, open e-file 4 + 2: 31 / 2 = 15, danger 1020.
       {"4k3/p7/8/8/8/8/P7/2K5 w - -", 1020 - 845},
   };
   for (const auto& c : cases) EXPECT_EQ(KingSafety(Formation(c.fen)), c.safety) << c.fen;

@@ -1,7 +1,6 @@
-// Files that never lose data: a book build that cannot finish (no permission, no room, a cut
-// temporary file) says why and leaves the book it found in place, and learn.bin that cannot be
-// written costs nothing but the saving. Root may write anywhere, so "cannot be written" is made
-// with a directory standing where the file would go.
+// Files that never lose data: a book build that cannot finish (no permission, no room, a cut temporary file) says why
+// and leaves the book it found in place, and learn.bin that cannot be written costs nothing but the saving. Root may
+// write anywhere, so "cannot be written" is made with a directory standing where the file would go.
 #include <gtest/gtest.h>
 
 #include <signal.h>

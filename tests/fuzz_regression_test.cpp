@@ -28,17 +28,13 @@ TEST(FuzzRegression, SearchThatTakesAKingLeavesThePositionAsItFoundIt) {
     "2b2b1r/2R2kp1/8/p1Ppp2p/1n2PPP1/PNPN4/RP1B1K2/8 b - -",
     "r1bnB2r/2b3p1/2k1p3/pp1p4/P1N1Pp1p/3P3P/2Q1R3/2R2KN1 b - -",
   };
-  Captured([] {
-    if (!hashTable) InitHT(MinHashBits);
-  });
+  Captured([] { if (!hashTable) InitHT(MinHashBits); });
   for (const char* fen : positions) {
     for (int depth = 3; depth <= 5; depth++) {
       ostrel_test::SetPositionQuietly(fen);
       ResetForNewPosition();
       const Position before = ostrel_test::SnapshotPosition();
-      gameClock = GameClock{};
-      engineFlags = EngineFlags{};
-      TimeLeft = 1000000000;
+      gameClock = GameClock{}, engineFlags = EngineFlags{}, TimeLeft = 1000000000;
       Captured([&] { Think(pos.sideToMove ^ 1, depth + 1, ThinkNoClock); });
       EXPECT_EQ(ostrel_test::DiffPositions(before, pos), "") << fen << " at depth " << depth;
     }

@@ -70,9 +70,8 @@ TEST(MakeUnmake, EveryPseudoLegalMoveKeepsThePositionSoundAndUnmakesToTheByte) {
   EXPECT_EQ(seen.size(), 6u);
 }
 
-// Catches wrong castling rights, en-passant square or rook and pawn placement after the special
-// moves, which the audit cannot tell from other sound positions. Each move must also pass the
-// audit and unmake to the byte.
+// Catches wrong castling rights, en-passant square or rook and pawn placement after the special moves, which the
+// audit cannot tell from other sound positions. Each move must also pass the audit and unmake to the byte.
 TEST(MakeUnmake, SpotCases) {
   const char* const corners = "r3k2r/8/8/8/8/8/8/R3K2R w KQkq -";
   const char* const cornersBlack = "r3k2r/8/8/8/8/8/8/R3K2R b KQkq -";
@@ -90,8 +89,7 @@ TEST(MakeUnmake, SpotCases) {
       {corners, White, M(E1, F1, King), 12, 0, E1, F1, King},
       {cornersBlack, Black, M(E8, E7, King), 3, 0, E8, H8, -Rook},
       // A rook leaving its corner drops its own right only.
-      {corners, White, M(A1, B1, Rook), 14, 0, A1, B1, Rook},
-      {corners, White, M(H1, G1, Rook), 13, 0, H1, G1, Rook},
+      {corners, White, M(A1, B1, Rook), 14, 0, A1, B1, Rook}, {corners, White, M(H1, G1, Rook), 13, 0, H1, G1, Rook},
       // Taking a rook in its corner drops the victim's right too.
       {corners, White, M(H1, H8, Rook, Rook), 5, 0, H1, H8, Rook},
       {cornersBlack, Black, M(A8, A1, Rook, Rook), 10, 0, A8, A1, -Rook},

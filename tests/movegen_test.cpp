@@ -54,8 +54,7 @@ TEST(MoveGeneration, CaptureOrderAndPromotions) {
             Captures(Black));
 }
 
-// "" when IsValidMove agrees with the generators on every probe for `side`, else the first
-// probe it gets wrong.
+// "" when IsValidMove agrees with the generators on every probe for `side`, else the first probe it gets wrong.
 std::string ValidityFault(const Moves& probes, int side) {
   const Moves generated = ostrel_test::PseudoLegalMoves(side);
   const std::set<Move> listed(generated.begin(), generated.end());
@@ -84,9 +83,8 @@ Moves AlteredMoves(int side) {
 // Catches a validity test that accepts a move the generators would not make (so the search
 // plays a hash or killer move from another position) or rejects one they would.
 TEST(ValidMove, AcceptsExactlyTheGeneratedMoves) {
-  // Positions built for the corner cases (castling through or out of attack, blocked double
-  // steps, en passant for the wrong side, promotions), then positions of the perft suite; a
-  // random game is played from each.
+  // Positions built for the corner cases (castling through or out of attack, blocked double steps, en passant for the
+  // wrong side, promotions), then positions of the perft suite; a random game is played from each.
   std::vector<std::string> starts = {
       "r3k2r/8/8/8/8/8/8/R3K2R w KQkq -",     "r3k2r/8/8/8/8/5b2/8/R3K2R w KQkq -",
       "r3k2r/8/8/8/2q5/8/8/R3K2R w KQkq -",   "rn2k1nr/8/8/8/8/8/8/RN2K1NR w KQkq -",

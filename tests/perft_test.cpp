@@ -1,7 +1,6 @@
-// Move-tree counts against published figures, by three paths: the search's walk (pseudo-legal
-// moves, own-king test where needed, every leaf made and unmade), the same walk counting the last
-// ply in bulk, and the legal generators (the evasion generator when in check) counting the last
-// ply by list length.
+// Move-tree counts against published figures, by three paths: the search's walk (pseudo-legal moves, own-king test
+// where needed, every leaf made and unmade), the same walk counting the last ply in bulk, and the legal generators
+// (the evasion generator when in check) counting the last ply by list length.
 //
 // Each position is counted at the deepest listed depth that fits a node budget, so a file of a
 // few deep positions is walked deep and the big file of thousands is walked broad. Sanitizer

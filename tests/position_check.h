@@ -1,6 +1,5 @@
-// Test helpers shared by the board tests: a byte comparison of positions that names the field
-// that differs, and deterministic random play. The audit of the global position is the engine's
-// own PositionFault.
+// Test helpers shared by the board tests: a byte comparison of positions that names the field that differs, and
+// deterministic random play. The audit of the global position is the engine's own PositionFault.
 #pragma once
 
 #include <cstdint>
@@ -28,20 +27,16 @@ Position SnapshotPosition();
 std::string SetPositionQuietly(const std::string& fen);
 
 // splitmix64: tiny, fast, and the same sequence on every platform and library.
-class TestRandom {
- public:
-  explicit TestRandom(uint64_t seed) : state_(seed) {}
+struct TestRandom {
+  uint64_t state;
+  explicit TestRandom(uint64_t seed) : state(seed) {}
   uint64_t Next() {
-    uint64_t z = (state_ += 0x9E3779B97F4A7C15ULL);
+    uint64_t z = (state += 0x9E3779B97F4A7C15ULL);
     z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ULL;
     z = (z ^ (z >> 27)) * 0x94D049BB133111EBULL;
     return z ^ (z >> 31);
   }
-  // Uniform enough below n (n > 0) for test purposes.
-  uint32_t Below(uint32_t n) { return uint32_t(Next() % n); }
-
- private:
-  uint64_t state_;
+  uint32_t Below(uint32_t n) { return uint32_t(Next() % n); }  // uniform enough for tests (n > 0)
 };
 
 // Captures then quiet moves, the order the game and the legal filter use.
@@ -64,15 +59,9 @@ class RandomGame {
 
   int Side() const { return side_; }
   int Plies() const { return int(history_.size()); }
-  Move LastMove() const { return history_.empty() ? 0 : history_.back().move; }
-  TestRandom& Random() { return random_; }
 
  private:
-  struct Played {
-    Move move;
-    int side;
-    UndoRecord undo;
-  };
+  struct Played { Move move; int side; UndoRecord undo; };
   TestRandom random_;
   int side_;
   std::vector<Played> history_;

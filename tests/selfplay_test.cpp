@@ -1,10 +1,9 @@
-// Two engine processes play whole games against each other through xboard, with a referee in
-// between that knows the rules from the engine library: every move an engine sends must be legal,
-// and the referee alone decides when a game is over. The engines' own result claims check the
-// referee in turn: an end it missed shows up as a claim in a game that goes on. The games run
-// side by side, since an engine idles up to a tenth of a second before it reads each move.
-// OSTREL_SELFPLAY_GAMES asks for another number of games (up to one per opening). The UCI side
-// of the same play is held by uci_test's sessions and clocks.
+// Two engine processes play whole games against each other through xboard, with a referee in between that knows the
+// rules from the engine library: every move an engine sends must be legal, and the referee alone decides when a game
+// is over. The engines' own result claims check the referee in turn: an end it missed shows up as a claim in a game
+// that goes on. The games run side by side, since an engine idles up to a tenth of a second before it reads each
+// move. OSTREL_SELFPLAY_GAMES asks for another number of games (up to one per opening). The UCI side of the same play
+// is held by uci_test's sessions and clocks.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -118,8 +117,7 @@ TEST(SelfPlay, XboardGamesAreLegalToTheEnd) {
   const std::vector<std::vector<std::string>> openings = LoadOpenings();
   const int games = std::min(asked ? atoi(asked) : DefaultGames, int(openings.size()));
   ASSERT_GT(games, 0) << "openings file missing or unreadable";
-  // Equal and unequal depths: the unequal pairs end in mates more often, and the deeper side
-  // plays either colour.
+  // Equal and unequal depths: the unequal pairs end in mates more often, and the deeper side plays either colour.
   std::vector<std::string> faults(games);
   std::atomic<int> next{0};
   std::vector<std::thread> players;

@@ -65,8 +65,7 @@ TEST_F(TablebaseIndex, RangesAreThePublishedCounts) {
     for (int side = 0; side < 2; side++) {
       EXPECT_EQ(tableCatalogue[t].count[side], published[side]) << name << " side " << side;
       TableLayout untrimmed = tableLayouts[t][side];
-      untrimmed.count = untrimmed.size;
-      uint32_t end = untrimmed.size;
+      uint32_t end = untrimmed.count = untrimmed.size;
       TableMen p;
       int ep;
       while (end > 0 && Broken(untrimmed, end - 1, side, &p, &ep)) end--;
@@ -100,8 +99,7 @@ TEST_F(TablebaseIndex, EveryEntryIndexesBackAndBrokenOnesAreThePublishedCounts) 
         if (Broken(layout, i, side, &p, &ep)) {
           broken++;
         } else if (IndexOfMen(layout, p, ep, 0) != i) {
-          FAIL() << name << " side " << side << ": " << i << " indexes back to "
-                 << IndexOfMen(layout, p, ep, 0);
+          FAIL() << name << " side " << side << ": " << i << " indexes back to " << IndexOfMen(layout, p, ep, 0);
         }
       }
       if (!epZone) {
@@ -111,8 +109,7 @@ TEST_F(TablebaseIndex, EveryEntryIndexesBackAndBrokenOnesAreThePublishedCounts) 
   }
 }
 
-// A square under the board symmetry `symmetry`: bit 0 mirrors the files, bit 1 the ranks, bit 2
-// the diagonal.
+// A square under the board symmetry `symmetry`: bit 0 mirrors the files, bit 1 the ranks, bit 2 the diagonal.
 int Mapped(int square, int symmetry) {
   int f = FileOf(square), r = RankOf(square);
   if (symmetry & 1) f = 7 - f;
@@ -219,10 +216,7 @@ TEST_F(TablebaseIndex, IndexAndDecodeAgree) {
 
 // Catches a material signature that finds the wrong table, or the right one with the wrong colours.
 TEST_F(TablebaseIndex, SignatureLookup) {
-  struct Case {
-    int counts[SignatureCounts];  // White P N B R Q, Black P N B R Q
-    int table;
-  } cases[] = {
+  struct Case { int counts[SignatureCounts]; int table; } cases[] = {  // White P N B R Q, Black P N B R Q
       {{0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0},  // kk has no table
       {{0, 0, 0, 0, 4, 0, 0, 0, 0, 0}, 0},  // beyond the largest count of its level
       {{0, 0, 0, 0, 0, 0, 0, 0, 0, 4}, 0},

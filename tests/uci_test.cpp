@@ -44,9 +44,7 @@ class Uci : public testing::Test {
     if (HasFailure()) printf("Engine's last lines:\n%s", Tail(engine).c_str());
   }
 
-  void Send(const std::string& line) {
-    EXPECT_TRUE(::Send(engine, line)) << "engine stopped reading at " << line;
-  }
+  void Send(const std::string& line) { EXPECT_TRUE(::Send(engine, line)) << "engine stopped reading at " << line; }
 
   // The move of "bestmove M [ponder P]" that answers `go`, with the lines before it.
   std::string BestMove(const std::string& go, std::vector<std::string>* before = nullptr) {
@@ -67,10 +65,9 @@ TEST_F(Uci, SessionWritesNoXboardTraces) {
   // A table file of the right size in the engine's directory is all registration looks at.
   const std::string kpk = engine.scratchDir + "/" + tableCatalogue[1].name + ".nbw";
   ASSERT_TRUE(fclose(fopen(kpk.c_str(), "w")) == 0 && truncate(kpk.c_str(), tableCatalogue[1].count[0]) == 0);
-  Send("setoption name TablebasePath value .");
-  Send("setoption name TablebasePath value <empty>");
-  Send("setoption name Hash value 64");
-  Send("position startpos moves e2e4");
+  for (const char* line : {"setoption name TablebasePath value .", "setoption name TablebasePath value <empty>",
+                           "setoption name Hash value 64", "position startpos moves e2e4"})
+    Send(line);
   BestMove("go depth 4");
   Send("isready");
   ASSERT_TRUE(WaitForExact(engine, "readyok", EngineReplyMs));
@@ -91,22 +88,15 @@ TEST_F(Uci, SessionWritesNoXboardTraces) {
 TEST_F(Uci, FindsTheMoveEachPositionCallsFor) {
   std::string shuffles;  // a position line far longer than an xboard line may be
   for (int i = 0; i < 30; i++) shuffles += "g1f3 g8f6 f3g1 f6g8 ";
-  struct Case {
-    std::string position;
-    const char* best;  // "" for any move
-    const char* info;  // a line written on the way, "" for none
-  } cases[] = {
+  // The best move ("" for any) and a line written on the way ("" for none).
+  struct Case { std::string position; const char* best; const char* info; } cases[] = {
       {"fen 6k1/5ppp/8/8/8/8/8/R5K1 w - - 0 1", "a1a8", "score mate 1"},
-      {"fen 8/P7/8/8/8/8/k7/4K3 w - - 0 1", "a7a8q", ""},
-      {"fen R5k1/5ppp/8/8/8/8/8/6K1 b - - 0 1", "0000", ""},
-      {"fen 8/8/4k3/8/8/4K3/8/8 w - - 0 1", "", ""},
-      {"startpos moves e2e5", "", "info string illegal move e2e5"},
+      {"fen 8/P7/8/8/8/8/k7/4K3 w - - 0 1", "a7a8q", ""}, {"fen R5k1/5ppp/8/8/8/8/8/6K1 b - - 0 1", "0000", ""},
+      {"fen 8/8/4k3/8/8/4K3/8/8 w - - 0 1", "", ""}, {"startpos moves e2e5", "", "info string illegal move e2e5"},
       {"fen 8/8/8/8/8/8/8/8 w - - 0 1", "", "info string invalid position"},
       // The game grows, shrinks and changes its mind: only the difference is played each time.
-      {"startpos moves f2f3 e7e5 g2g4", "d8h4", "score mate 1"},
-      {"startpos moves f2f3 e7e5", "", ""},
-      {"startpos moves f2f3 e7e6 g2g4", "d8h4", ""},
-      {"startpos moves f2f3 e7e6 g2g4 d8h4", "0000", ""},
+      {"startpos moves f2f3 e7e5 g2g4", "d8h4", "score mate 1"}, {"startpos moves f2f3 e7e5", "", ""},
+      {"startpos moves f2f3 e7e6 g2g4", "d8h4", ""}, {"startpos moves f2f3 e7e6 g2g4 d8h4", "0000", ""},
       {"startpos moves " + shuffles + "f2f3 e7e5 g2g4", "d8h4", "score mate 1"},
   };
   for (const Case& c : cases) {
@@ -145,10 +135,7 @@ TEST_F(Uci, StopPonderhitAndIsreadyActWhileSearching) {
 }
 
 TEST_F(Uci, MovesWithinEvenTheShortestClocks) {
-  struct Case {
-    const char* go;
-    double limitMs;
-  } cases[] = {
+  struct Case { const char* go; double limitMs; } cases[] = {
       {"go wtime 50 btime 50", 50},          {"go wtime 50 btime 50 winc 50 binc 50", 50},
       {"go wtime 200 btime 200 movestogo 1", 200}, {"go wtime 2000 btime 2000 winc 50 binc 50", 500},
       {"go movetime 300", 400},  // a fixed time is no clock: a stall past it loses nothing
