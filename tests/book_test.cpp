@@ -28,7 +28,6 @@
 #include "tests/scratch_dir.h"
 
 namespace {
-
 const char* const Start = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -";
 const char* const AfterE4 = "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3";
 
@@ -128,7 +127,6 @@ class Book : public testing::Test {
     engineFlags = saved;
     ASSERT_TRUE(scratch.Leave());
   }
-
   void SetFen(const char* fen) {
     EXPECT_EQ(ostrel_test::SetPositionQuietly(fen), "");
     side = pos.sideToMove;
@@ -150,7 +148,6 @@ class Book : public testing::Test {
     UnmakeMove(m, 1, side);
     return {MoveKey(before, after), whiteWins, blackWins, others};
   }
-
   // Writes the image (index.dat cut or padded to `indexBytes`) and opens it; returns the output.
   static std::string Open(const BookImage& image, size_t indexBytes = 8 * BookClusters) {
     std::string index;
@@ -166,12 +163,10 @@ class Book : public testing::Test {
     output = Captured([&] { m = ProbeBook(side, engineFlags.edit, engineFlags.analyze); });
     return m;
   }
-
   static std::string ToTemp(const char* pgn, int limit) { return Captured([&] { PgnToTemp(pgn, "temp.dat", limit); }); }
   static std::string ToBook(const char* book = "book.bin", const char* index = "index.dat") {
     return Captured([&] { BuildBook("temp.dat", book, index); });
   }
-
   // book.bin, index.dat and stats.txt against counts made from the records directly (any
   // result but 1 and -1 is another result).
   static void CheckBook(const std::vector<Temp>& records) {
@@ -182,7 +177,6 @@ class Book : public testing::Test {
     }
     std::vector<int> clusterSize(BookClusters, 0);
     for (const auto& e : expected) clusterSize[e.first >> 48]++;
-
     const std::string book = ReadFile("book.bin"), index = ReadFile("index.dat");
     ASSERT_EQ(index.size(), size_t(BookClusters) * 8);
     ASSERT_EQ(book.size(), expected.size() * 18);
@@ -207,7 +201,6 @@ class Book : public testing::Test {
           << *std::max_element(clusterSize.begin(), clusterSize.end()) << " max cluster size\n\n\n";
     EXPECT_EQ(ReadFile("stats.txt"), stats.str());
   }
-
   ScratchDirectory scratch;
   EngineFlags saved;
   int side = White;
@@ -225,7 +218,6 @@ const char* const pgn =
 const std::vector<Game> games = {{{"Nf3", "Nf6", "g3"}, 1}, {{"e4", "c5", "Nf3", "d6"}, -1},
                                  {{"e4", "e5", "Nf3", "Nc6", "Bb5", "a6"}, 1}, {{"d4", "d5", "c4", "e6"}, 0},
                                  {{"e4", "e5", "Nf3"}, 1}};
-
 }  // namespace
 
 // Catches PGN text misread (tags, comments, results, move numbers), results credited to the
@@ -241,10 +233,8 @@ TEST_F(Book, GamesToTempToBook) {
     ASSERT_NE(at = out.find(line + "\n", at), std::string::npos) << line;
   EXPECT_NE(out.find("ParsePgn : move Nxe4 couldn't be converted\n"), std::string::npos);
   EXPECT_EQ(out.find("couldn't"), out.rfind("couldn't"));
-
   EXPECT_EQ(ToBook().find("20 positions so far ( max count = "), 0u);
   CheckBook(Replay(games));
-
   // The limit counts full moves: one gives each game its first two records.
   ToTemp("games.pgn", 1);
   std::vector<Game> firstMoves = games;
@@ -284,13 +274,11 @@ TEST_F(Book, CountsSaturateSortAndFilesFail) {
             std::string::npos);
   CheckBook(records);
   EXPECT_EQ(Get(ReadFile("book.bin"), 18 + 8, 2), 65535u);
-
   records.clear();
   for (int i = 0; i < 5000; i++) records.push_back({0xABCD000000000000ULL + i % 7, i % 3 - 1});
   WriteTemp(records);
   EXPECT_EQ(ToBook(), "5000 positions so far ( max count = 7)\n5000 positions so far ( max count = 7)\n"
                       "7 unique positions\n");
-
   EXPECT_EQ(ToTemp("absent.pgn", 12), "");
   EXPECT_EQ(ReadFile("temp.dat"), "");
   EXPECT_EQ(ToBook("book.bin", "no/dir/index.dat"),
@@ -375,7 +363,6 @@ TEST_F(Book, ProbeMeetsDamagedFiles) {
   EXPECT_EQ(Probe(output), Legal("e2e4"));
   EXPECT_EQ(output, "Best book moves in this position : e4 (20) \n");
   EXPECT_EQ(ostrel_test::DiffPositions(before, ostrel_test::SnapshotPosition()), "");
-
   records.push_back({(e4.key & ~0xFFFFFFFFFFFFULL) | (MaxClusterRecords - 1), 99, 99, 0});
   BookImage image = Image(records);
   const int c = BookCluster(pos.hashKey);
@@ -386,7 +373,6 @@ TEST_F(Book, ProbeMeetsDamagedFiles) {
     EXPECT_EQ(Probe(output), 0u) << size;
     EXPECT_EQ(output, "Too big opening book cluster\n") << size;
   }
-
   // Only the record stored first survives: the last is gone and the second cut in half.
   image = Image({Record("e2e4", 30), Record("d2d4", 30), Record("g1f3", 30)});
   const uint64_t firstKey = Get(image.book, 0, 8);
@@ -401,7 +387,6 @@ TEST_F(Book, ProbeMeetsDamagedFiles) {
   ASSERT_EQ(Open(image), "");
   EXPECT_EQ(Probe(output), 0u);
   EXPECT_EQ(output, "there was some error reading an opening book cluster\n");
-
   // Files that are missing or the wrong size leave no book, and the probe silent.
   ASSERT_EQ(remove("index.dat"), 0);
   EXPECT_EQ(OpenQuietly(), "Cannot open index file\n");

@@ -19,7 +19,6 @@ struct EngineProcess {
   std::string partial;             // bytes after the last line end
   std::vector<std::string> lines;  // every complete line the engine wrote, in order
   size_t consumed = 0;             // lines[0 .. consumed) have been looked at by a wait
-
   EngineProcess() = default;
   EngineProcess(const EngineProcess&) = delete;
   EngineProcess& operator=(const EngineProcess&) = delete;

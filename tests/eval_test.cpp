@@ -1,6 +1,5 @@
-// The evaluation: a position and its colour-flipped mirror score exactly opposite (the catch-all
-// for terms written for one colour and mirrored wrongly for the other), and term by term on sparse
-// positions whose every term is worked out by hand.
+// The evaluation: a position and its colour-flipped mirror score exactly opposite (the catch-all for terms mirrored
+// wrongly), and term by term on sparse positions whose every term is worked out by hand.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -18,7 +17,6 @@
 #include "tests/position_check.h"
 
 namespace {
-
 constexpr int Any = -99999;
 
 void Set(const char* fen) {
@@ -47,7 +45,6 @@ bool GateAsymmetric() { return pos.colourOcc[White] < 4 || pos.colourOcc[Black] 
 struct Checked {
   int compared = 0;
   std::string firstFailure;
-
   void Add(const std::string& fen) {
     bool skip = false;
     int score = 0, mirrored = 0;
@@ -70,7 +67,6 @@ struct Checked {
                      std::to_string(mirrored);
   }
 };
-
 }  // namespace
 
 // Catches a term mirrored wrongly for one colour, over the suites' positions and those of random games.
@@ -128,17 +124,6 @@ TEST(EvalTerms, SecondStageOnPositionsWorkedOutByHand) {
             60 + (100 + 10 * 8 + 100 + 10 * 13) - (100 + 10 * 13 + 100 + 10 * 14));
 }
 
-// Catches the castling penalty charged while a right remains, or after castling. (Which rights
-// it is charged for, and for how long, the search tests follow through games.)
-TEST(EvalTerms, CastlingLoss) {
-  gameRecord.moveCount = 0;
-  Set("r3k2r/8/8/8/8/8/8/R3K2R w KQkq -");
-  EXPECT_EQ(EvaluateSecondStage(ProbePawnTable(), White), 0);
-  pos.castleFlags &= ~uint32_t(WhiteKingSide | WhiteQueenSide);
-  EXPECT_EQ(EvaluateSecondStage(ProbePawnTable(), White), -300);
-  pos.castleFlags |= WhiteCastled;
-  EXPECT_EQ(EvaluateSecondStage(ProbePawnTable(), White), 0);
-}
 
 // Catches pawn terms (doubled, isolated, passed, backward) mis-scored or given to the wrong side.
 TEST(EvalTerms, PawnFormations) {

@@ -9,7 +9,6 @@
 #include "tests/position_check.h"
 
 namespace {
-
 using ostrel_test::SetPositionQuietly;
 
 // Catches a decoder that misreads the placement, side, rights or en-passant square, keeps a
@@ -91,5 +90,4 @@ TEST(FenWrite, ExactTexts) {
   EXPECT_EQ("4k3/8/8/8/8/8/8/3K3 w - - ", epd);
   pos.board[A1] = 0;
 }
-
 }  // namespace

@@ -17,7 +17,6 @@
 #include "tests/scratch_dir.h"
 
 namespace {
-
 // Temporary records for `count` moves, each key once, all won by White.
 std::string TempRecords(int count) {
   std::string bytes;
@@ -39,7 +38,6 @@ class FileSafety : public testing::Test {
   ScratchDirectory scratch;
   void SetUp() override { ASSERT_TRUE(scratch.Enter()); }
   void TearDown() override { ASSERT_TRUE(scratch.Leave()); }
-
   // A good book of 10 records from a kept temporary file, as the failing build finds it.
   void BuildGoodBook() {
     WriteFile("temp.dat", TempRecords(10));
@@ -114,5 +112,4 @@ TEST_F(FileSafety, UnwritableLearnBinKeepsTheBookInMemoryAndLearnTxt) {
   ClearMasterBook();
   rmdir("learn.bin.part");
 }
-
 }  // namespace

@@ -1,6 +1,5 @@
-// What the fuzz harnesses (tests/fuzz/) found or cannot reach: their inputs stop at 4 KB, and a
-// search that takes a king needs a position no FEN of theirs gets past the guards. Protocol lines
-// they found are rows of the conformance table.
+// What the fuzz harnesses found or cannot reach: their inputs stop at 4 KB, and a search that takes a king needs a
+// position no FEN of theirs gets past the guards. Protocol lines they found are rows of the conformance table.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,7 +18,6 @@
 #include "tests/position_check.h"
 
 namespace {
-
 // After an unknown move the interpreter searches for the side not to move (the protocol keeps
 // that flip), which can take a king whose side stands in check. The search then moved "the king"
 // from the taker's square, and the occupancy no longer matched the board once it was over.
@@ -89,5 +87,4 @@ TEST(FuzzRegression, PositionsCrowdedWithQueensFitTheMoveLists) {
   EXPECT_GT(GenerateLegal(legal, White) - legal, 256);
   EXPECT_STREQ(PositionFault(pos.sideToMove), "");
 }
-
 }  // namespace

@@ -19,7 +19,6 @@
 #include "tests/capture.h"
 
 namespace {
-
 const char* const banner = "Ostrel\nVersion 1.069 QX\n";
 
 // Standard input is swapped under the code, so it reads exactly what a test writes. When the run has no standard
@@ -65,7 +64,6 @@ class PipedInput : public testing::Test {
     engineFlags = {};
     TimeLeft = 500;
   }
-
   void TearDown() override {
     // A test that left half a line must not hand it to the next one.
     if (writeEnd >= 0) {
@@ -77,11 +75,8 @@ class PipedInput : public testing::Test {
     RestoreStdin(savedStdin);
     alarm(0);
   }
-
   void Send(const std::string& bytes) { ASSERT_EQ(ssize_t(bytes.size()), write(writeEnd, bytes.data(), bytes.size())); }
-
   static std::string Poll() { return Captured(PollInput); }
-
   int savedStdin = -1, writeEnd = -1;
 };
 
@@ -91,7 +86,6 @@ TEST_F(PipedInput, LinesAreAssembledAcrossPolls) {
   Send("c\nd\r\n");
   EXPECT_EQ("AddTo Queue [abc]\nAddTo Queue [d]\nAddTo Queue []\n", Poll());
   EXPECT_EQ((std::vector<std::string>{"abc", "d", ""}), DrainQueue());
-
   // A backspace drops one character (none on an empty line) and ends the poll; a long line keeps
   // its first 255 characters.
   Send("\bab\bc\n" + std::string(200, 'x') + std::string(100, 'y') + "\nshort\n");
@@ -188,7 +182,6 @@ TEST(ConsoleInput, KeysArriveOnePerPollUnechoed) {
   ASSERT_GE(terminal, 0);
   ReplaceStdin(terminal);
   EXPECT_EQ(banner, Captured(SetUpConsole));
-
   // Backspace on an empty line, "ab", the Backspace key (DEL on most terminals), "c", Enter.
   ASSERT_EQ(6, write(master, "\bab\x7f" "c\r", 6));
   pollfd keys = {STDIN_FILENO, POLLIN, 0};
@@ -199,7 +192,6 @@ TEST(ConsoleInput, KeysArriveOnePerPollUnechoed) {
   EXPECT_EQ((std::vector<std::string>{"ac"}), DrainQueue());
   pollfd echo = {master, POLLIN, 0};
   EXPECT_EQ(0, poll(&echo, 1, 100)) << "typed keys were echoed";
-
   RestoreConsoleInput();
   termios mode;
   ASSERT_EQ(0, tcgetattr(STDIN_FILENO, &mode));
@@ -207,5 +199,4 @@ TEST(ConsoleInput, KeysArriveOnePerPollUnechoed) {
   RestoreStdin(savedStdin);
   close(master);
 }
-
 }  // namespace

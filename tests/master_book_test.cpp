@@ -18,7 +18,6 @@
 #include "tests/scratch_dir.h"
 
 namespace {
-
 void SetTime(const char* path, time_t when) {
   utimbuf times{when, when};
   ASSERT_EQ(utime(path, &times), 0) << path;
@@ -52,10 +51,8 @@ class MasterBook : public testing::Test {
     ClearMasterBook();
     ASSERT_TRUE(scratch.Leave());
   }
-
   static std::string Load() { return Captured([] { LoadMasterBook("learn.txt", "learn.bin"); }); }
   static std::string Read(const char* name) { return Captured([name] { ReadMasterBook(name); }); }
-
   // Parses and inserts lines as the loader does; returns what was printed.
   static std::string Insert(const std::vector<const char*>& lines) {
     return Captured([&] {
@@ -65,7 +62,6 @@ class MasterBook : public testing::Test {
       }
     });
   }
-
   // Plays `game` (coordinate pairs and piece types) from the initial position and scores the
   // legal moves there, each starting at 7; returns the listing.
   std::string Score(const std::vector<Move>& game) {
@@ -88,7 +84,6 @@ class MasterBook : public testing::Test {
     ADD_FAILURE() << "no such legal move";
     return 0;
   }
-
   ScratchDirectory scratch;
   std::vector<Move> legalMoves;
   std::vector<int> scores;
@@ -177,7 +172,6 @@ TEST_F(MasterBook, LineSyntax) {
   EXPECT_EQ(MaxMasterLineMoves, ParseMasterLine(stars.c_str(), m));
   EXPECT_TRUE(Same(m[499], M(AnyMove, 0)));
   EXPECT_STREQ(MasterMoveText(m[499]), "* ");
-
   // The loader drops a faulty line and goes on; only the first 1,023 characters of a line count,
   // and the rest is not a line of its own.
   WriteFile("learn.txt", "e4 e5 Nzxe5\nd4 d5\n");
@@ -196,7 +190,6 @@ TEST_F(MasterBook, BinaryRoundTrip) {
   const std::string flags("\0\0\1", 3);
   EXPECT_EQ(Bytes(M(Pawn, E4)) + '\1' + Bytes(M(Pawn, D4)) + flags + Bytes(M(Pawn, E5)) + flags.substr(0, 2),
             ReadFile("a.bin"));
-
   ClearMasterBook();
   Insert({"e4 e5 Nf3! Nc6 Bb5 a6", "e4 e5 Nf3! Nf6", "e4 c5 Nf3 d6 d4", "e4 c5 Nf3? Nc6", "d4 * c4",
           "c4 e5 Nc3 Nf6", "e4 e5 Nf3 Nc6 Bb5", "Nf3 d5 g3 Nf6 Bg2 e6 O-O Be7 d3 O-O Nbd2 c5 e4 Nc6 Re1"});
@@ -216,23 +209,19 @@ TEST_F(MasterBook, NewerFileDecides) {
   WriteFile("learn.txt", "e4 e5 Nf3!\n");
   EXPECT_EQ("(Re)building learn.bin from learn.txt\n3 nodes\n", Load());
   const std::string threeNodes = ReadFile("learn.bin");
-
   // The text changes but the binary is newer: the binary is read.
   WriteFile("learn.txt", "d4\n");
   SetTime("learn.txt", 1000000);
   SetTime("learn.bin", 1000001);
   EXPECT_EQ("Reading the master opening book from learn.bin\n3 nodes\n", Load());
   EXPECT_EQ("e4 \n e5 \n  Nf3! \n", Dump(&masterRoot));
-
   // As new as the binary is enough for a rebuild.
   SetTime("learn.txt", 1000001);
   EXPECT_EQ("(Re)building learn.bin from learn.txt\n1 nodes\n", Load());
   EXPECT_EQ("d4 \n", Dump(&masterRoot));
-
   unlink("learn.bin");
   EXPECT_EQ("(Re)building learn.bin from learn.txt\n1 nodes\n", Load());
   EXPECT_EQ(Bytes(M(Pawn, D4)) + '\0' + '\0', ReadFile("learn.bin"));
-
   // Without the text even a good binary is left alone.
   WriteFile("learn.bin", threeNodes);
   unlink("learn.txt");
@@ -253,7 +242,6 @@ TEST_F(MasterBook, DamagedBinaryKeepsWhatWasRead) {
     EXPECT_EQ("Damaged file!\n", Read("cut.bin")) << length;
     EXPECT_EQ(length < 14 ? 1 : length < 22 ? 2 : 3, CountMasterNodes()) << length;
   }
-
   const std::string e4 = Bytes(M(Pawn, E4));
   std::string deep, wide, noise;
   for (int i = 0; i < 300000; i++) deep += e4 + '\0' + '\1';
@@ -301,5 +289,4 @@ TEST_F(MasterBook, ShippedBookIsLegal) {
   EXPECT_GE(lines, 15);
   EXPECT_LE(lines, 40);
 }
-
 }  // namespace

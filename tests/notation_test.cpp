@@ -7,11 +7,9 @@
 #include "board/display.h"
 #include "board/notation.h"
 #include "tests/capture.h"
-#include "tests/encode.h"
 #include "tests/position_check.h"
 
 namespace {
-
 using ostrel_test::M;
 
 void Set(const char* fen) { EXPECT_EQ("", ostrel_test::SetPositionQuietly(fen)) << fen; }
@@ -44,7 +42,6 @@ TEST(MoveText, CoordinateAndDisplayForms) {
   EXPECT_EQ("e4 Nf3 Nxe5(p) ", Captured([&] { PrintMoveList(list); }));
   EXPECT_EQ("", Captured([&] { PrintMoveList(list + 3); }));
 }
-
 }  // namespace
 
 // Catches a wrong square, file or rank read from the token, castling on the wrong wing, and

@@ -118,5 +118,4 @@ bool RandomGame::Undo() {
   history_.pop_back();
   return true;
 }
-
 }  // namespace ostrel_test

@@ -39,6 +39,11 @@ struct TestRandom {
   uint32_t Below(uint32_t n) { return uint32_t(Next() % n); }  // uniform enough for tests (n > 0)
 };
 
+// Moves spelled out in test tables.
+inline Move M(int from, int to, int piece, int captured = 0, int promotion = 0) {
+  return EncodeMove(from, to, piece, captured, promotion);
+}
+
 // Captures then quiet moves, the order the game and the legal filter use.
 std::vector<Move> PseudoLegalMoves(int side);
 
@@ -51,12 +56,10 @@ std::vector<std::string> ReadEpdPositions(const std::string& relativePath);
 class RandomGame {
  public:
   RandomGame(const char* fen, uint64_t seed);
-
   // One random legal move for the side to move; false (and nothing played) when there is none.
   bool Play();
   // Takes back the last move played; false when there is none.
   bool Undo();
-
   int Side() const { return side_; }
   int Plies() const { return int(history_.size()); }
 
@@ -66,5 +69,4 @@ class RandomGame {
   int side_;
   std::vector<Played> history_;
 };
-
 }  // namespace ostrel_test

@@ -1,6 +1,5 @@
-// The search on positions whose answer is known: mates at the distance an independent prover
-// finds, draws, the hand-over to quiescence, the clock, determinism and a tactical sample; and
-// what each search rebuilds from the game as it stands.
+// The search on positions whose answer is known (mates at the distance an independent prover finds, draws, the
+// hand-over to quiescence), the clock, determinism, and what each search rebuilds from the game as it stands.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -23,7 +22,6 @@
 #include "tests/position_check.h"
 
 namespace {
-
 class SearchTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -31,14 +29,12 @@ class SearchTest : public testing::Test {
     gameClock = GameClock{}, engineFlags = EngineFlags{};
   }
   void TearDown() override { engineFlags = EngineFlags{}; }
-
   static void Set(const char* fen) {
     ostrel_test::SetPositionQuietly(fen);
     ResetForNewPosition();
     NewGameRecord();
     gameRecord.moveCount = 40;
   }
-
   // Think to `plies` full iterations without the clock; returns the move.
   static Move ThinkTo(int plies) {
     TimeLeft = 1000000000;
@@ -46,7 +42,6 @@ class SearchTest : public testing::Test {
     Captured([&] { m = Think(pos.sideToMove, plies + 1, ThinkNoClock); });
     return m;
   }
-
   // Game moves in coordinate notation, as the interface sends them.
   static void Interpret(std::initializer_list<const char*> lines) {
     Captured([&] { for (const char* line : lines) ::Interpret(line); });
@@ -80,7 +75,6 @@ bool MatesWithin(int moves, int side, int ply = 2) {
   }
   return false;
 }
-
 }  // namespace
 
 // Catches mate scores counted from the wrong ply and mates missed or delayed by the extensions.
@@ -168,7 +162,6 @@ TEST_F(SearchTest, FixedTimeStopsNearItsBudgetWithACompleteIteration) {
   // The budget is charged every 2,048 nodes, so the overrun is a fraction of a second.
   EXPECT_GE(thinkTime, 45);
   EXPECT_LE(thinkTime, 80);
-
   // A single legal move is played at once, without a search or its output.
   Set("k7/8/8/8/8/8/8/1R4K1 b - -");
   NodeCount = 0, TimeLeft = 1000;
@@ -178,15 +171,6 @@ TEST_F(SearchTest, FixedTimeStopsNearItsBudgetWithACompleteIteration) {
   EXPECT_EQ(out.find("32"), std::string::npos) << out;
 }
 
-// Catches a wrong reserve, increment or moves-to-go term in the budget a move gets.
-TEST_F(SearchTest, TimeBudgetFromTheClock) {
-  const struct { int engineTime, moveCount, increment, budget; } cases[] = {
-      {30000, 10, 0, 737}, {30000, 30, 0, 1053}, {30000, 10, 2, 937}, {400, 10, 0, 10}};
-  for (const auto& c : cases) {
-    gameClock.engineTime = c.engineTime, gameClock.increment = c.increment, gameRecord.moveCount = c.moveCount;
-    EXPECT_EQ(MoveBudget(), c.budget) << c.engineTime << " " << c.moveCount << " " << c.increment;
-  }
-}
 
 // Catches a finished game not reported when the engine is to move.
 TEST_F(SearchTest, EngineMoveWithNoMoveLeftAnnouncesTheResult) {

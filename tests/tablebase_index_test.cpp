@@ -1,6 +1,5 @@
-// The tables' index functions against the published sizes and broken-entry counts, index and
-// decode against each other, and the material-signature lookup. (The generator's tests check the
-// tables of up to four men entry by entry against other tables; these reach the five-man ones.)
+// The tables' index functions against the published sizes and broken-entry counts, index and decode against each
+// other, and the signature lookup. (The generator's tests check up to four men; these reach the five-man tables.)
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -16,7 +15,6 @@
 #include "tablebases/layout.h"
 
 namespace {
-
 class TablebaseIndex : public testing::Test {
  protected:
   static void SetUpTestSuite() { BuildSignatureTree(); }
@@ -239,5 +237,4 @@ TEST_F(TablebaseIndex, SignatureLookup) {
     EXPECT_EQ(LookupSignature(swapped), memcmp(counts, counts + 5, 5 * sizeof(int)) ? -t : t) << name;
   }
 }
-
 }  // namespace

@@ -1,6 +1,5 @@
-// Registration, the block cache and the probe, on fabricated table files: sparse files of the exact
-// size with chosen bytes at chosen entries, read through index functions the tests substitute so
-// that what the probe passes them can be checked.
+// Registration, the block cache and the probe, on fabricated sparse table files with chosen bytes at chosen entries,
+// read through substituted index functions so that what the probe passes them can be checked.
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -27,7 +26,6 @@
 #include "tests/scratch_dir.h"
 
 namespace {
-
 constexpr int Kpk = 1, Kqk = 5, Kpkp = 6, Kppkp = 36;
 
 // What the probe last handed an index function, and the index it is to return.
@@ -87,7 +85,6 @@ class TablebaseProbeTest : public testing::Test {
   ScratchDirectory scratch;
   TableIndexFunction saved[TableCount][2];
   std::vector<uint8_t> cache = std::vector<uint8_t>(TablebaseCacheBytes);
-
   void SetUp() override {
     ASSERT_TRUE(scratch.Enter());
     for (int t = 1; t < TableCount; t++)
@@ -98,7 +95,6 @@ class TablebaseProbeTest : public testing::Test {
     indexCall = IndexCall{};
     mkdir("a", 0755), mkdir("b", 0755);
   }
-
   void TearDown() override {
     Init("none");
     SetTablebaseCache(nullptr, 0);
@@ -106,7 +102,6 @@ class TablebaseProbeTest : public testing::Test {
       for (int side = 0; side < 2; side++) tableCatalogue[t].index[side] = saved[t][side];
     EXPECT_TRUE(scratch.Leave());
   }
-
   // Registers and returns what registration wrote; `men` gets the result.
   std::string Init(const char* directories, int* men = nullptr) {
     int result = 0;
@@ -115,7 +110,6 @@ class TablebaseProbeTest : public testing::Test {
     if (men) *men = result;
     return out;
   }
-
   static bool Probe(const char* fen, int* score) {
     ostrel_test::SetPositionQuietly(fen);
     ResetForNewPosition();
@@ -278,5 +272,4 @@ TEST_F(TablebaseProbeTest, EngineStartsWithTheTablesOfItsDirectories) {
   Send(engine, "quit");
   EXPECT_TRUE(WaitForExit(engine, 15000));
 }
-
 }  // namespace

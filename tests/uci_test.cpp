@@ -16,7 +16,6 @@
 #include "tests/engine_process.h"
 
 namespace {
-
 // What "stop answers within 50 ms" is held to; the sanitizers slow the search tenfold.
 constexpr double StopMs = OSTREL_SANITIZED ? 250 : 50;
 
@@ -31,21 +30,17 @@ double MsSince(Clock::time_point t) {
 class Uci : public testing::Test {
  protected:
   EngineProcess engine;
-
   void SetUp() override {
     ASSERT_TRUE(StartEngine(engine));
     Send("uci");
     ASSERT_TRUE(WaitForExact(engine, "uciok", EngineReplyMs)) << Tail(engine);
   }
-
   void TearDown() override {
     Send("quit");
     EXPECT_TRUE(ExitedWith(engine, 0)) << "quit did not end the session with status 0";
     if (HasFailure()) printf("Engine's last lines:\n%s", Tail(engine).c_str());
   }
-
   void Send(const std::string& line) { EXPECT_TRUE(::Send(engine, line)) << "engine stopped reading at " << line; }
-
   // The move of "bestmove M [ponder P]" that answers `go`, with the lines before it.
   std::string BestMove(const std::string& go, std::vector<std::string>* before = nullptr) {
     Send(go);
@@ -53,7 +48,6 @@ class Uci : public testing::Test {
     EXPECT_TRUE(WaitForPrefix(engine, "bestmove ", EngineReplyMs, &line, before)) << "no bestmove for " << go;
     return line.substr(9, line.find(' ', 9) - 9);
   }
-
   bool Wrote(const std::vector<std::string>& lines, const std::string& text) {
     for (const std::string& l : lines)
       if (l.find(text) != std::string::npos) return true;
@@ -168,5 +162,4 @@ TEST(UciTime, PlansStayWithinTheClockAndUseTheIncrement) {
   EXPECT_FALSE(StartNextIteration(PlanMove(3000, 0, 0), 30, 200));
   EXPECT_TRUE(StartNextIteration(PlanFixedMove(1000), 300, 400));
 }
-
 }  // namespace
