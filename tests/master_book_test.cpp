@@ -6,7 +6,6 @@
 #include <utime.h>
 
 #include <cstring>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -261,32 +260,4 @@ TEST_F(MasterBook, DamagedBinaryKeepsWhatWasRead) {
   Score({e2e4, e7e5});
 }
 
-// Catches a shipped learn.txt line that does not parse, or a move of it that is not exactly one
-// legal move of the position the line has reached.
-TEST_F(MasterBook, ShippedBookIsLegal) {
-  std::ifstream in(OSTREL_TEST_DATA "/../../book/learn.txt");
-  ASSERT_TRUE(in);
-  std::string line;
-  int lines = 0;
-  while (std::getline(in, line)) {
-    MasterMove m[MaxMasterLineMoves];
-    int n = 0;
-    ASSERT_EQ("", Captured([&] { n = ParseMasterLine((line + "\n").c_str(), m); }));
-    if (n == 0) continue;
-    lines++;
-    SetInitialPosition();
-    for (int i = 0; i < n; i++) {
-      Move legal[MaxMoves];
-      Move* end = GenerateLegal(legal, i % 2 ? Black : White);
-      std::vector<Move> matches;
-      for (Move* l = legal; l < end; l++)
-        if (MasterMoveMatches(m[i], *l)) matches.push_back(*l);
-      ASSERT_EQ(1u, matches.size()) << line << " move " << i + 1;
-      SaveUndo(i);
-      MakeMove(matches[0], i, i % 2 ? Black : White);
-    }
-  }
-  EXPECT_GE(lines, 15);
-  EXPECT_LE(lines, 40);
-}
 }  // namespace

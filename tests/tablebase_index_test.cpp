@@ -1,5 +1,5 @@
-// The tables' index functions against the published sizes and broken-entry counts, index and decode against each
-// other, and the signature lookup. (The generator's tests check up to four men; these reach the five-man tables.)
+// The tables' index functions against the published sizes and broken-entry counts, and index and decode against
+// each other. (The generator's tests check up to four men; these reach the five-man tables.)
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -212,29 +212,4 @@ TEST_F(TablebaseIndex, IndexAndDecodeAgree) {
   }
 }
 
-// Catches a material signature that finds the wrong table, or the right one with the wrong colours.
-TEST_F(TablebaseIndex, SignatureLookup) {
-  struct Case { int counts[SignatureCounts]; int table; } cases[] = {  // White P N B R Q, Black P N B R Q
-      {{0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0},  // kk has no table
-      {{0, 0, 0, 0, 4, 0, 0, 0, 0, 0}, 0},  // beyond the largest count of its level
-      {{0, 0, 0, 0, 0, 0, 0, 0, 0, 4}, 0},
-      {{2, 1, 1, 0, 0, 0, 0, 0, 0, 0}, 0},  // six men
-      {{0, 0, 0, 0, 0, 0, 0, 0, 2, 1}, -140},  // kqrrk with the colours swapped
-  };
-  for (const Case& c : cases) EXPECT_EQ(LookupSignature(c.counts), c.table) << c.table;
-  // Every table's own material and its colour swap find it; equal sides are never swapped.
-  for (int t = 1; t < TableCount; t++) {
-    int counts[SignatureCounts] = {}, swapped[SignatureCounts] = {};
-    const char* name = tableCatalogue[t].name;
-    const char* second = strchr(name + 1, 'k');
-    for (const char* c = name + 1; *c; c++)
-      if (c != second) {
-        const int slot = int(strchr("pnbrq", *c) - "pnbrq");
-        counts[slot + (c > second ? 5 : 0)]++;
-        swapped[slot + (c > second ? 0 : 5)]++;
-      }
-    EXPECT_EQ(LookupSignature(counts), t) << name;
-    EXPECT_EQ(LookupSignature(swapped), memcmp(counts, counts + 5, 5 * sizeof(int)) ? -t : t) << name;
-  }
-}
 }  // namespace

@@ -1,4 +1,4 @@
-// UCI sessions with the built engine over pipes, and the move-time plan behind them.
+// UCI sessions with the built engine over pipes: the moves, the traces left out, and the clocks kept.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -11,7 +11,6 @@
 #include "board/game.h"
 #include "board/movegen.h"
 #include "board/notation.h"
-#include "shell/ucitime.h"
 #include "tablebases/catalogue.h"
 #include "tests/engine_process.h"
 
@@ -144,22 +143,5 @@ TEST_F(Uci, MovesWithinEvenTheShortestClocks) {
     }
     EXPECT_LT(fastest, c.limitMs) << c.go;
   }
-}
-
-TEST(UciTime, PlansStayWithinTheClockAndUseTheIncrement) {
-  for (int64_t clock : {1, 20, 50, 400, 2000, 60000, 3600000})
-    for (int64_t increment : {0, 50, 600})
-      for (int movesToGo : {0, 1, 2, 40}) {
-        const MovePlan p = PlanMove(clock, increment, movesToGo);
-        EXPECT_LE(p.softMs, p.hardMs);
-        EXPECT_LE(p.hardMs, clock > 2 ? clock - std::min<int64_t>(30, clock / 2) : 1) << clock;
-        // Where the clock must last the game, the increment counts from the first move.
-        EXPECT_TRUE(clock < 2000 || !increment || movesToGo || p.softMs > PlanMove(clock, 0, 0).softMs)
-            << clock;
-      }
-  EXPECT_GT(PlanMove(60000, 0, 1).hardMs, PlanMove(60000, 0, 40).hardMs);
-  // With a clock, an iteration that cannot finish is not begun; with a fixed time it still is.
-  EXPECT_FALSE(StartNextIteration(PlanMove(3000, 0, 0), 30, 200));
-  EXPECT_TRUE(StartNextIteration(PlanFixedMove(1000), 300, 400));
 }
 }  // namespace
