@@ -1,9 +1,6 @@
-// The opening book's files, written and read here byte by byte: the builder from PGN text through
-// temp.dat to book.bin, index.dat and stats.txt (the records expected from replaying the games
-// here), the probe on files made here independently of the builder, and both books in a search.
+// The opening book's files byte by byte: the builder from PGN through temp.dat to book.bin,
+// index.dat and stats.txt, the probe on files made here, and both books in a search.
 #include <gtest/gtest.h>
-
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -31,7 +28,6 @@
 #include "tests/scratch_dir.h"
 
 namespace {
-
 const char* const Start = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -";
 const char* const AfterE4 = "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3";
 
@@ -51,10 +47,7 @@ uint64_t MoveKey(uint64_t before, uint64_t after) {
 }
 
 typedef std::pair<uint64_t, int> Temp;  // key, result
-struct Game {
-  std::vector<const char*> moves;  // what the builder should replay, no more
-  int result;
-};
+struct Game { std::vector<const char*> moves; int result; };  // the moves the builder should replay
 
 // The records the games should leave, by replaying them here.
 std::vector<Temp> Replay(const std::vector<Game>& games) {
@@ -92,10 +85,7 @@ std::vector<Temp> ReadTemp() {
   return records;
 }
 
-struct Rec {
-  uint64_t key;
-  uint16_t whiteWins, blackWins, otherResults;
-};
+struct Rec { uint64_t key; uint16_t whiteWins, blackWins, otherResults; };
 
 // The two files as bytes, so tests can damage them before they are written.
 struct BookImage {
@@ -112,11 +102,8 @@ BookImage Image(std::vector<Rec> records) {
     image.start[c] = uint32_t(image.book.size());
     for (; next < records.size() && int(records[next].key >> 48) == c; next++) {
       const Rec& r = records[next];
-      Put(image.book, r.key, 8);
-      Put(image.book, r.whiteWins, 2);
-      Put(image.book, r.blackWins, 2);
-      Put(image.book, r.otherResults, 2);
-      Put(image.book, BookMarker, 4);
+      Put(image.book, r.key, 8), Put(image.book, r.whiteWins, 2), Put(image.book, r.blackWins, 2);
+      Put(image.book, r.otherResults, 2), Put(image.book, BookMarker, 4);
     }
     image.size[c] = int32_t(image.book.size() - image.start[c]);
   }
@@ -140,7 +127,6 @@ class Book : public testing::Test {
     engineFlags = saved;
     ASSERT_TRUE(scratch.Leave());
   }
-
   void SetFen(const char* fen) {
     EXPECT_EQ(ostrel_test::SetPositionQuietly(fen), "");
     side = pos.sideToMove;
@@ -162,35 +148,25 @@ class Book : public testing::Test {
     UnmakeMove(m, 1, side);
     return {MoveKey(before, after), whiteWins, blackWins, others};
   }
-
   // Writes the image (index.dat cut or padded to `indexBytes`) and opens it; returns the output.
   static std::string Open(const BookImage& image, size_t indexBytes = 8 * BookClusters) {
     std::string index;
-    for (int c = 0; c < BookClusters; c++) {
-      Put(index, image.start[c], 4);
-      Put(index, uint32_t(image.size[c]), 4);
-    }
+    for (int c = 0; c < BookClusters; c++) Put(index, image.start[c], 4), Put(index, uint32_t(image.size[c]), 4);
     index.resize(indexBytes);
     WriteFile("index.dat", index);
     WriteFile("book.bin", image.book);
     return OpenQuietly();
   }
-  static std::string OpenQuietly() {
-    return Captured([] { OpenBook("book.bin", "index.dat"); });
-  }
+  static std::string OpenQuietly() { return Captured([] { OpenBook("book.bin", "index.dat"); }); }
   Move Probe(std::string& output) {
     Move m = 0;
     output = Captured([&] { m = ProbeBook(side, engineFlags.edit, engineFlags.analyze); });
     return m;
   }
-
-  static std::string ToTemp(const char* pgn, int limit) {
-    return Captured([&] { PgnToTemp(pgn, "temp.dat", limit); });
-  }
+  static std::string ToTemp(const char* pgn, int limit) { return Captured([&] { PgnToTemp(pgn, "temp.dat", limit); }); }
   static std::string ToBook(const char* book = "book.bin", const char* index = "index.dat") {
     return Captured([&] { BuildBook("temp.dat", book, index); });
   }
-
   // book.bin, index.dat and stats.txt against counts made from the records directly (any
   // result but 1 and -1 is another result).
   static void CheckBook(const std::vector<Temp>& records) {
@@ -201,7 +177,6 @@ class Book : public testing::Test {
     }
     std::vector<int> clusterSize(BookClusters, 0);
     for (const auto& e : expected) clusterSize[e.first >> 48]++;
-
     const std::string book = ReadFile("book.bin"), index = ReadFile("index.dat");
     ASSERT_EQ(index.size(), size_t(BookClusters) * 8);
     ASSERT_EQ(book.size(), expected.size() * 18);
@@ -226,7 +201,6 @@ class Book : public testing::Test {
           << *std::max_element(clusterSize.begin(), clusterSize.end()) << " max cluster size\n\n\n";
     EXPECT_EQ(ReadFile("stats.txt"), stats.str());
   }
-
   ScratchDirectory scratch;
   EngineFlags saved;
   int side = White;
@@ -235,31 +209,15 @@ class Book : public testing::Test {
 // Starts with a game without tags; the split tag only parses with the escaped-quote rule; the
 // last game's "[" inside a comment ends it before its result, and the rest is an open tag.
 const char* const pgn =
-    "1. Nf3 Nf6 2. g3 1-0\n"
-    "\n"
-    "[Event \"tags never reach the movetext\"]\n"
-    "[White \"Player 1-0\"]\n"
-    "\n"
-    "1. e4 c5 2. Nf3 d6 0-1\n"
-    "[Event \"first\"]\n"
-    "1. e4 e5 2. Nf3 Nc6 3. Bb5 a6 1-0\n"
-    "[Annotator \"someone \\\"quoted\n"
-    " name\\\"]\n"
-    "1. d4 d5 2.\nc4 e6 1/2-1/2\n"
-    "[Event \"unfinished\"]\n"
-    "1. c4 c5 *\n"
-    "[Event \"bad move\"]\n"
-    "1. e4 e5 2. Nf3 Nxe4 3. Nc3 1-0\n"
-    "[Event \"bracket in a comment\"]\n"
-    "1. d4 Nf6 2. c4 {a [\n"
-    "bracket} e6 3. Nc3 0-1\n";
+    "1. Nf3 Nf6 2. g3 1-0\n\n[Event \"tags never reach the movetext\"]\n[White \"Player 1-0\"]\n\n"
+    "1. e4 c5 2. Nf3 d6 0-1\n[Event \"first\"]\n1. e4 e5 2. Nf3 Nc6 3. Bb5 a6 1-0\n"
+    "[Annotator \"someone \\\"quoted\n name\\\"]\n1. d4 d5 2.\nc4 e6 1/2-1/2\n"
+    "[Event \"unfinished\"]\n1. c4 c5 *\n[Event \"bad move\"]\n1. e4 e5 2. Nf3 Nxe4 3. Nc3 1-0\n"
+    "[Event \"bracket in a comment\"]\n1. d4 Nf6 2. c4 {a [\nbracket} e6 3. Nc3 0-1\n";
 
-const std::vector<Game> games = {{{"Nf3", "Nf6", "g3"}, 1},
-                                 {{"e4", "c5", "Nf3", "d6"}, -1},
-                                 {{"e4", "e5", "Nf3", "Nc6", "Bb5", "a6"}, 1},
-                                 {{"d4", "d5", "c4", "e6"}, 0},
+const std::vector<Game> games = {{{"Nf3", "Nf6", "g3"}, 1}, {{"e4", "c5", "Nf3", "d6"}, -1},
+                                 {{"e4", "e5", "Nf3", "Nc6", "Bb5", "a6"}, 1}, {{"d4", "d5", "c4", "e6"}, 0},
                                  {{"e4", "e5", "Nf3"}, 1}};
-
 }  // namespace
 
 // Catches PGN text misread (tags, comments, results, move numbers), results credited to the
@@ -275,10 +233,8 @@ TEST_F(Book, GamesToTempToBook) {
     ASSERT_NE(at = out.find(line + "\n", at), std::string::npos) << line;
   EXPECT_NE(out.find("ParsePgn : move Nxe4 couldn't be converted\n"), std::string::npos);
   EXPECT_EQ(out.find("couldn't"), out.rfind("couldn't"));
-
   EXPECT_EQ(ToBook().find("20 positions so far ( max count = "), 0u);
   CheckBook(Replay(games));
-
   // The limit counts full moves: one gives each game its first two records.
   ToTemp("games.pgn", 1);
   std::vector<Game> firstMoves = games;
@@ -318,13 +274,11 @@ TEST_F(Book, CountsSaturateSortAndFilesFail) {
             std::string::npos);
   CheckBook(records);
   EXPECT_EQ(Get(ReadFile("book.bin"), 18 + 8, 2), 65535u);
-
   records.clear();
   for (int i = 0; i < 5000; i++) records.push_back({0xABCD000000000000ULL + i % 7, i % 3 - 1});
   WriteTemp(records);
   EXPECT_EQ(ToBook(), "5000 positions so far ( max count = 7)\n5000 positions so far ( max count = 7)\n"
                       "7 unique positions\n");
-
   EXPECT_EQ(ToTemp("absent.pgn", 12), "");
   EXPECT_EQ(ReadFile("temp.dat"), "");
   EXPECT_EQ(ToBook("book.bin", "no/dir/index.dat"),
@@ -340,22 +294,12 @@ TEST_F(Book, CountsSaturateSortAndFilesFail) {
 // listing's order or figures wrong, analysis drawing at random, choices outside the candidates,
 // and records of other positions or of no move taken for this one's.
 TEST_F(Book, ProbeScoresListsAndChooses) {
-  struct Entry {
-    const char* move;
-    uint16_t whiteWins, blackWins = 0, others = 0;
-  };
-  const struct {
-    const char* fen;
-    std::vector<Entry> entries;
-    bool analyze;
-    const char* listing;  // of the first probe; nullptr: not checked
-    std::set<std::string> choices;  // over many probes; none when there is no book move
-  } cases[] = {
-      {Start,
-       {{"e2e4", 412}, {"d2d4", 388}, {"g1f3", 97}, {"a2a3", 2}, {"c2c4", 1}, {"b1c3", 0, 50, 30}},
-       false,
-       "Best book moves in this position : e4 (412) d4 (388) Nf3 (97) a3 (2) \n",
-       {"e2e4", "d2d4"}},
+  struct Entry { const char* move; uint16_t whiteWins, blackWins = 0, others = 0; };
+  // The listing of the first probe (nullptr: not checked), and the choices over many probes.
+  const struct { const char* fen; std::vector<Entry> entries; bool analyze; const char* listing;
+                 std::set<std::string> choices; } cases[] = {
+      {Start, {{"e2e4", 412}, {"d2d4", 388}, {"g1f3", 97}, {"a2a3", 2}, {"c2c4", 1}, {"b1c3", 0, 50, 30}}, false,
+       "Best book moves in this position : e4 (412) d4 (388) Nf3 (97) a3 (2) \n", {"e2e4", "d2d4"}},
       {AfterE4, {{"e7e5", 900, 65535}, {"c7c5", 0, 7, 1000}, {"d7d5", 800, 1}}, true,
        "1.\t0\t0\t0\t0 Book moves : e5 (65535) c5 (7) \n", {"e7e5"}},
       // Equal scores keep the generator's order, knights before pawns and d2 before e2.
@@ -405,9 +349,8 @@ TEST_F(Book, ProbeScoresListsAndChooses) {
   engineFlags.analyze = 0;
 }
 
-// Catches a probe that changes the position, a cluster larger than the buffer (negative sizes
-// included) read at all, a short read not reported or its records lost, and missing or damaged
-// files taken for a book.
+// Catches a probe that changes the position, a cluster larger than the buffer (negative sizes included) read at all,
+// a short read not reported or its records lost, and missing or damaged files taken for a book.
 TEST_F(Book, ProbeMeetsDamagedFiles) {
   const Rec e4 = Record("e2e4", 20);
   std::vector<Rec> records = {e4};
@@ -420,7 +363,6 @@ TEST_F(Book, ProbeMeetsDamagedFiles) {
   EXPECT_EQ(Probe(output), Legal("e2e4"));
   EXPECT_EQ(output, "Best book moves in this position : e4 (20) \n");
   EXPECT_EQ(ostrel_test::DiffPositions(before, ostrel_test::SnapshotPosition()), "");
-
   records.push_back({(e4.key & ~0xFFFFFFFFFFFFULL) | (MaxClusterRecords - 1), 99, 99, 0});
   BookImage image = Image(records);
   const int c = BookCluster(pos.hashKey);
@@ -431,7 +373,6 @@ TEST_F(Book, ProbeMeetsDamagedFiles) {
     EXPECT_EQ(Probe(output), 0u) << size;
     EXPECT_EQ(output, "Too big opening book cluster\n") << size;
   }
-
   // Only the record stored first survives: the last is gone and the second cut in half.
   image = Image({Record("e2e4", 30), Record("d2d4", 30), Record("g1f3", 30)});
   const uint64_t firstKey = Get(image.book, 0, 8);
@@ -446,22 +387,17 @@ TEST_F(Book, ProbeMeetsDamagedFiles) {
   ASSERT_EQ(Open(image), "");
   EXPECT_EQ(Probe(output), 0u);
   EXPECT_EQ(output, "there was some error reading an opening book cluster\n");
-
+  // Files that are missing or the wrong size leave no book, and the probe silent.
   ASSERT_EQ(remove("index.dat"), 0);
   EXPECT_EQ(OpenQuietly(), "Cannot open index file\n");
   EXPECT_EQ(openingBook.bookFile, nullptr);
   EXPECT_EQ(Open(image, 8 * BookClusters - 1), "Index file size isn't right\n");
-  EXPECT_EQ(openingBook.bookFile, nullptr);
-  EXPECT_EQ(Probe(output), 0u);
-  EXPECT_EQ(output, "");
-  image = Image({e4});
-  EXPECT_EQ(Open(image, 8 * BookClusters + 100), "");
+  EXPECT_TRUE(!openingBook.bookFile && !Probe(output) && output.empty());
+  EXPECT_EQ(Open(Image({e4}), 8 * BookClusters + 100), "");
   EXPECT_EQ(Probe(output), Legal("e2e4"));
   ASSERT_EQ(remove("book.bin"), 0);
   EXPECT_EQ(OpenQuietly(), "Cannot open index book \n");
-  EXPECT_EQ(openingBook.bookFile, nullptr);
-  EXPECT_EQ(Probe(output), 0u);
-  EXPECT_EQ(output, "");
+  EXPECT_TRUE(!openingBook.bookFile && !Probe(output) && output.empty());
 }
 
 // Catches the two books not working together as the engine uses them: a book built by the
@@ -475,16 +411,9 @@ TEST_F(Book, BothBooksInASearch) {
   WriteFile("games.pgn", games);
   ToTemp("games.pgn", 12);
   ToBook();
-  const struct {
-    const char* learn;
-    bool edit;
-    const char* move;
-    const char* found;
-  } cases[] = {
+  const struct { const char* learn; bool edit; const char* move; const char* found; } cases[] = {
       {"d4 d5 c4\n", false, "g1f3", "1.\t0\t0\t0\t0 Book moves : Nf3 (3) "},
-      {"e4 e5 Bc4!\n", false, "f1c4", "Bc4 (20000002) "},
-      {"e4 e5 Bc4!\n", true, "g1f3", "Nf3 (3) "},
-  };
+      {"e4 e5 Bc4!\n", false, "f1c4", "Bc4 (20000002) "}, {"e4 e5 Bc4!\n", true, "g1f3", "Nf3 (3) "}};
   for (const auto& c : cases) {
     WriteFile("learn.txt", c.learn);
     Captured([] {
@@ -498,9 +427,7 @@ TEST_F(Book, BothBooksInASearch) {
       PlayGameMove(E7, E5, 0);
     });
     engineFlags = EngineFlags{};
-    engineFlags.edit = c.edit;
-    engineFlags.analyze = 1;  // the deterministic choice
-    engineFlags.bookUse = 1;
+    engineFlags.edit = c.edit, engineFlags.analyze = 1, engineFlags.bookUse = 1;  // analysis: no random choice
     TimeLeft = 100;
     Move m = 0;
     const std::string out = Captured([&] { m = Think(White, 60); });
@@ -509,7 +436,6 @@ TEST_F(Book, BothBooksInASearch) {
     EXPECT_EQ(out.find("epd diagram"), out.rfind("epd diagram")) << "no search after the book move";
     EXPECT_EQ(c.edit, out.find("Score Moves :") == std::string::npos) << out;
     ASSERT_TRUE(openingBook.bookFile);
-    fclose(openingBook.bookFile);
-    openingBook.bookFile = nullptr;
+    fclose(openingBook.bookFile), openingBook.bookFile = nullptr;
   }
 }

@@ -1,6 +1,5 @@
-// The one way tests take what the engine prints: run the code, return its standard output.
-// Captures cannot nest, and a failed assertion inside one would vanish with the text, so wrap
-// single calls rather than stretches of checks.
+// The one way tests take what the engine prints: run the code, return its standard output. Captures cannot nest, and
+// a failed assertion inside one would vanish with the text, so wrap single calls rather than stretches of checks.
 #pragma once
 
 #include <gtest/gtest.h>

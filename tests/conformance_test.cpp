@@ -14,14 +14,9 @@
 #include "tests/engine_process.h"
 
 namespace {
-
 const char* const border = "+---+---+---+---+---+---+---+---+";
 
-struct Session {
-  const char* name;
-  std::vector<std::string> arguments, script;
-  int status = 0;
-};
+struct Session { const char* name; std::vector<std::string> arguments, script; int status = 0; };
 
 std::ostream& operator<<(std::ostream& out, const Session& s) { return out << s.name; }
 
@@ -234,5 +229,4 @@ TEST_P(Conformance, Session) {
 
 std::string RowName(const testing::TestParamInfo<Session>& row) { return row.param.name; }
 INSTANTIATE_TEST_SUITE_P(Xboard, Conformance, testing::ValuesIn(sessions), RowName);
-
 }  // namespace

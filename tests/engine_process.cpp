@@ -12,7 +12,6 @@
 #include "tests/scratch_dir.h"
 
 namespace {
-
 typedef std::chrono::steady_clock Clock;
 
 int MillisecondsUntil(Clock::time_point deadline) {
@@ -33,26 +32,18 @@ bool ReadSome(EngineProcess& e, int ms) {
     e.partial.clear();
     return false;
   }
-  for (ssize_t i = 0; i < n; i++) {
-    if (buffer[i] == '\n') {
-      e.lines.push_back(e.partial);
-      e.partial.clear();
-    } else if (buffer[i] != '\r') {
-      e.partial += buffer[i];
-    }
-  }
+  for (ssize_t i = 0; i < n; i++)
+    if (buffer[i] == '\n') e.lines.push_back(e.partial), e.partial.clear();
+    else if (buffer[i] != '\r') e.partial += buffer[i];
   return true;
 }
 
 void Reap(EngineProcess& e, bool wait) {
   if (e.pid > 0 && !e.exited && waitpid(e.pid, &e.waitStatus, wait ? 0 : WNOHANG) == e.pid) e.exited = true;
 }
-
 }  // namespace
 
-bool StartsWith(const std::string& s, const std::string& prefix) {
-  return s.compare(0, prefix.size(), prefix) == 0;
-}
+bool StartsWith(const std::string& s, const std::string& prefix) { return s.compare(0, prefix.size(), prefix) == 0; }
 
 bool StartEngine(EngineProcess& e, const std::vector<std::string>& args) {
   // A write to an engine that has died must fail the test, not kill the test runner.
@@ -67,7 +58,6 @@ bool StartEngine(EngineProcess& e, const std::vector<std::string>& args) {
   std::vector<char*> argv;
   for (std::string& a : strings) argv.push_back(&a[0]);
   argv.push_back(nullptr);
-
   const pid_t pid = fork();
   if (pid < 0) return false;
   if (pid == 0) {
@@ -79,11 +69,8 @@ bool StartEngine(EngineProcess& e, const std::vector<std::string>& args) {
     execv(argv[0], argv.data());
     _exit(127);
   }
-  close(in[0]);
-  close(out[1]);
-  e.pid = pid;
-  e.toEngine = in[1];
-  e.fromEngine = out[0];
+  close(in[0]), close(out[1]);
+  e.pid = pid, e.toEngine = in[1], e.fromEngine = out[0];
   return true;
 }
 
@@ -117,15 +104,13 @@ bool WaitForLine(EngineProcess& e, const LineTest& test, int timeoutMs, std::str
   }
 }
 
-bool WaitForExact(EngineProcess& e, const std::string& text, int timeoutMs,
-                  std::vector<std::string>* skipped) {
+bool WaitForExact(EngineProcess& e, const std::string& text, int timeoutMs, std::vector<std::string>* skipped) {
   return WaitForLine(e, [&](const std::string& l) { return l == text; }, timeoutMs, nullptr, skipped);
 }
 
 bool WaitForPrefix(EngineProcess& e, const std::string& prefix, int timeoutMs, std::string* found,
                    std::vector<std::string>* skipped) {
-  return WaitForLine(
-      e, [&](const std::string& l) { return StartsWith(l, prefix); }, timeoutMs, found, skipped);
+  return WaitForLine(e, [&](const std::string& l) { return StartsWith(l, prefix); }, timeoutMs, found, skipped);
 }
 
 bool WaitForExit(EngineProcess& e, int timeoutMs) {

@@ -19,7 +19,6 @@ struct EngineProcess {
   std::string partial;             // bytes after the last line end
   std::vector<std::string> lines;  // every complete line the engine wrote, in order
   size_t consumed = 0;             // lines[0 .. consumed) have been looked at by a wait
-
   EngineProcess() = default;
   EngineProcess(const EngineProcess&) = delete;
   EngineProcess& operator=(const EngineProcess&) = delete;
@@ -38,9 +37,8 @@ bool StartEngine(EngineProcess& e, const std::vector<std::string>& args = {});
 // Writes the line and a line end. False when the engine no longer reads.
 bool Send(EngineProcess& e, const std::string& line);
 
-// Waits for the first line after the ones already consumed that passes `test`, consuming it and
-// everything before it. The skipped lines go to `skipped` when given. False at the deadline or
-// when the engine's output ends first.
+// Waits for the first line after the ones already consumed that passes `test`, consuming it and everything before it.
+// The skipped lines go to `skipped` when given. False at the deadline or when the engine's output ends first.
 bool WaitForLine(EngineProcess& e, const LineTest& test, int timeoutMs, std::string* found = nullptr,
                  std::vector<std::string>* skipped = nullptr);
 bool WaitForExact(EngineProcess& e, const std::string& text, int timeoutMs,

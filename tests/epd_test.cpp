@@ -15,18 +15,13 @@
 #include "tests/scratch_dir.h"
 
 namespace {
-
 // Each test runs in a directory of its own, where "notfound.epd" lands.
 class EpdAnalysis : public testing::Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(scratch.Enter());
-    Captured([] {
-      if (!hashTable) InitHT(MinHashBits);
-    });
-    settings = Settings{};
-    engineFlags = EngineFlags{};
-    gameClock = GameClock{};
+    Captured([] { if (!hashTable) InitHT(MinHashBits); });
+    settings = Settings{}, engineFlags = EngineFlags{}, gameClock = GameClock{};
   }
   void TearDown() override {
     engineFlags.analyze = 0;
@@ -50,7 +45,6 @@ const std::string suite =
     "4k3/8/8/8/8/8/4P3/4K3 w - - bm Zz9; id \"unreadable\";\n" +
     std::string(missedLine) + "\n"
     "r1bqkb1r/pppp1ppp/2n2n2/4p2Q/2B1P3/8/PPPP1PPP/RNB1K1NR w KQkq - bm Qxf7#; id \"after the gap\";\n";
-
 }  // namespace
 
 TEST_F(EpdAnalysis, CountsFilesAndReport) {
@@ -59,11 +53,9 @@ TEST_F(EpdAnalysis, CountsFilesAndReport) {
   EXPECT_NE(out.find("Best move converted Qxf7#\nTest move : [Qxf7#]\n"), std::string::npos);
   EXPECT_NE(out.find("move Zz9 is not valid\n"), std::string::npos);
   EXPECT_EQ(out.find("after the gap"), std::string::npos);
-
   // The unreadable bm (expected move 0, but the search found one) is no miss, and the position
   // without bm counts as not found either: only the real miss is listed.
   EXPECT_EQ(ReadFile("notfound.epd"), missedLine);
-
   const std::string results = ReadFile("results.txt");
   EXPECT_EQ(results.rfind("Description : test engine\n\nAnalysing position : r1bqkb1r", 0), 0u) << results;
   for (const char* text :
@@ -94,9 +86,7 @@ TEST_F(EpdAnalysis, EpdModeWritesOnlyTheOperations) {
 
 TEST_F(EpdAnalysis, MissingSuiteUnwritableResultAndBrokenPositions) {
   EXPECT_EQ(Run("no-such-suite.epd", "results.txt"), "Cannot open file no-such-suite.epd\n");
-  EXPECT_EQ(access("notfound.epd", F_OK), -1);
-  EXPECT_EQ(access("results.txt", F_OK), -1);
-
+  EXPECT_TRUE(access("notfound.epd", F_OK) == -1 && access("results.txt", F_OK) == -1);
   WriteFile("broken.epd",
         std::string(5000, '7') + "\n" +  // longer than a line can be: read in pieces
         "this is no position at all, bm e4;\n"

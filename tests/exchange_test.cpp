@@ -8,7 +8,6 @@
 #include "tests/position_check.h"
 
 namespace {
-
 int Exchange(const std::string& fen, int from, int to, int side) {
   EXPECT_EQ("", ostrel_test::SetPositionQuietly(fen)) << fen;
   return StaticExchange(from, to, side);
@@ -49,5 +48,4 @@ TEST(StaticExchange, GainsAsGivenAndMirrored) {
     EXPECT_EQ(c.gain, Exchange(mirrored, c.from ^ 56, c.to ^ 56, c.side ^ 1)) << c.why << " (mirrored)";
   }
 }
-
 }  // namespace

@@ -1,17 +1,14 @@
-// Decoding and writing positions, and the board drawing. GUIs, EPD suites and the book builder
-// all feed us FEN text of varying quality, so the decoder's exact tolerance and messages matter
-// as much as the happy path.
+// Decoding and writing positions: GUIs, EPD suites and the book builder all feed us FEN text of
+// varying quality, so the exact tolerance and messages matter as much as the happy path.
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "board/display.h"
 #include "board/fen.h"
 #include "tests/capture.h"
 #include "tests/position_check.h"
 
 namespace {
-
 using ostrel_test::SetPositionQuietly;
 
 // Catches a decoder that misreads the placement, side, rights or en-passant square, keeps a
@@ -33,27 +30,18 @@ TEST(FenDecode, MessagesSideCastlingAndEnPassant) {
     // A "/" on a boundary is fine, even before the first rank.
     {"/4k3/8/8/8/8/8/8/4K3 w - -", "", White, 0, 0},
     // Anything but " b" is White, including no side field at all.
-    {"4k3/8/8/8/8/8/8/4K3 x - -", "", White, 0, 0},
-    {"4k3/8/8/8/8/8/8/4K3", "", White, 0, 0},
-    {"r3k2r/8/8/8/8/8/8/R3K2R b KQkq -", "", Black, 15, 0},
-    {"r3k2r/8/8/8/8/8/8/R3K2R w Qk -", "", White, 9, 0},
+    {"4k3/8/8/8/8/8/8/4K3 x - -", "", White, 0, 0}, {"4k3/8/8/8/8/8/8/4K3", "", White, 0, 0},
+    {"r3k2r/8/8/8/8/8/8/R3K2R b KQkq -", "", Black, 15, 0}, {"r3k2r/8/8/8/8/8/8/R3K2R w Qk -", "", White, 9, 0},
     // Only the fixed order K, Q, k, q is read; the letter after a break is passed over.
-    {"r3k2r/8/8/8/8/8/8/R3K2R w kK -", "", White, 8, 0},
-    {"r3k2r/8/8/8/8/8/8/R3K2R w qK -", "", White, 4, 0},
+    {"r3k2r/8/8/8/8/8/8/R3K2R w kK -", "", White, 8, 0}, {"r3k2r/8/8/8/8/8/8/R3K2R w qK -", "", White, 4, 0},
     // A right needs its own king and rook at home; having castled is never read from a FEN.
-    {"r3k2r/8/8/8/8/8/8/R3K1R1 w KQkq -", "", White, 13, 0},
-    {"r3k2r/8/8/8/8/8/8/R4K1R w KQkq -", "", White, 12, 0},
-    {"1r2k2r/8/8/8/8/8/8/R3K2R w KQkq -", "", White, 11, 0},
-    {"R3k2r/8/8/8/8/8/8/r3K2R w KQkq -", "", White, 10, 0},
-    {"r3k2r/8/8/8/8/8/8/R3Q2R w KQkq -", noKing, White, 12, 0},
-    {"r4rk1/8/8/8/8/8/8/R4RK1 w KQkq -", "", White, 0, 0},
+    {"r3k2r/8/8/8/8/8/8/R3K1R1 w KQkq -", "", White, 13, 0}, {"r3k2r/8/8/8/8/8/8/R4K1R w KQkq -", "", White, 12, 0},
+    {"1r2k2r/8/8/8/8/8/8/R3K2R w KQkq -", "", White, 11, 0}, {"R3k2r/8/8/8/8/8/8/r3K2R w KQkq -", "", White, 10, 0},
+    {"r3k2r/8/8/8/8/8/8/R3Q2R w KQkq -", noKing, White, 12, 0}, {"r4rk1/8/8/8/8/8/8/R4RK1 w KQkq -", "", White, 0, 0},
     // The en-passant square counts only on the rank the side to move can take on.
-    {"4k3/8/8/3pP3/8/8/8/4K3 w - d6", "", White, 0, D6},
-    {"4k3/8/8/8/3pP3/8/8/4K3 w - e3", "", White, 0, 0},
-    {"4k3/8/8/8/3pP3/8/8/4K3 b - e3", "", Black, 0, E3},
-    {"4k3/8/8/8/8/8/8/4K3 w - a6", "", White, 0, A6},
-    {"4k3/8/8/8/8/8/8/4K3 w - i6", "", White, 0, 0},
-    {"r3k2r/8/8/3pP3/8/8/8/R3K2R w KQkq d6", "", White, 15, D6},
+    {"4k3/8/8/3pP3/8/8/8/4K3 w - d6", "", White, 0, D6}, {"4k3/8/8/8/3pP3/8/8/4K3 w - e3", "", White, 0, 0},
+    {"4k3/8/8/8/3pP3/8/8/4K3 b - e3", "", Black, 0, E3}, {"4k3/8/8/8/8/8/8/4K3 w - a6", "", White, 0, A6},
+    {"4k3/8/8/8/8/8/8/4K3 w - i6", "", White, 0, 0}, {"r3k2r/8/8/3pP3/8/8/8/R3K2R w KQkq d6", "", White, 15, D6},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(c.messages, SetPositionQuietly(c.fen)) << c.fen;
@@ -102,19 +90,4 @@ TEST(FenWrite, ExactTexts) {
   EXPECT_EQ("4k3/8/8/8/8/8/8/3K3 w - - ", epd);
   pos.board[A1] = 0;
 }
-
-// Catches a drawing that mixes up ranks, files, letters or colours.
-TEST(BoardDrawing, InitialPosition) {
-  const std::string border = "+---+---+---+---+---+---+---+---+\n";
-  std::string expected = border;
-  for (const char* row : {"rnbqkbnr", "pppppppp", "        ", "        ", "        ", "        ", "PPPPPPPP",
-                          "RNBQKBNR"}) {
-    expected += "|";
-    for (int f = 0; f < 8; f++) expected += std::string(" ") + row[f] + " |";
-    expected += "\n" + border;
-  }
-  SetInitialPosition();
-  EXPECT_EQ(expected + "\n", Captured([] { PrintBoard(pos.pieces); }));
-}
-
 }  // namespace

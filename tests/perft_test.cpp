@@ -1,11 +1,6 @@
-// Move-tree counts against published figures, by three paths: the search's walk (pseudo-legal
-// moves, own-king test where needed, every leaf made and unmade), the same walk counting the last
-// ply in bulk, and the legal generators (the evasion generator when in check) counting the last
-// ply by list length.
-//
-// Each position is counted at the deepest listed depth that fits a node budget, so a file of a
-// few deep positions is walked deep and the big file of thousands is walked broad. Sanitizer
-// builds run several times slower and get smaller budgets.
+// Move-tree counts against published figures by three paths: the search's walk (every leaf made and unmade), the
+// same walk counting the last ply in bulk, and the legal generators (evasions in check) counting the last ply.
+// Each position is counted at the deepest listed depth that fits a node budget: deep for the few, broad for many.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -19,7 +14,6 @@
 #include "tests/position_check.h"
 
 namespace {
-
 constexpr uint64_t BudgetDivisor = OSTREL_SANITIZED ? 8 : 1;
 
 uint64_t LegalCount(int depth, int ply, int side) {
@@ -86,7 +80,6 @@ void CheckFile(const char* name, uint64_t searchBudget, uint64_t legalBudget) {
   }
   EXPECT_GT(counted, 0) << "no position of " << name << " read within the budget";
 }
-
 }  // namespace
 
 TEST(Perft, StandardPositions) { CheckFile("standard_positions.epd", 20'000'000, 5'000'000); }

@@ -13,33 +13,19 @@ namespace ostrel_test {
 std::string DiffPositions(const Position& a, const Position& b) {
   if (!memcmp(&a, &b, sizeof a)) return "";
   // Listed field by field so a failure says where; the last line catches padding.
-#define OSTREL_DIFF(field)                                    \
+#define OSTREL_DIFF(field) \
   if (memcmp(&a.field, &b.field, sizeof a.field)) return #field;
   for (int side = 0; side < 2; side++)
     for (int slot = 0; slot < 6; slot++)
       if (a.pieces[side][slot] != b.pieces[side][slot])
         return "pieces[" + std::to_string(side) + "][" + std::to_string(slot) + "]";
-  OSTREL_DIFF(epSquare)
-  OSTREL_DIFF(sideToMove)
-  OSTREL_DIFF(castleFlags)
-  OSTREL_DIFF(ttAge)
-  OSTREL_DIFF(occupied)
-  OSTREL_DIFF(occupiedR90)
-  OSTREL_DIFF(occupiedA1H8)
-  OSTREL_DIFF(occupiedH1A8)
-  OSTREL_DIFF(colourOcc)
-  OSTREL_DIFF(rooksQueens)
-  OSTREL_DIFF(bishopsQueens)
-  OSTREL_DIFF(kingSquare)
+  OSTREL_DIFF(epSquare) OSTREL_DIFF(sideToMove) OSTREL_DIFF(castleFlags) OSTREL_DIFF(ttAge)
+  OSTREL_DIFF(occupied) OSTREL_DIFF(occupiedR90) OSTREL_DIFF(occupiedA1H8) OSTREL_DIFF(occupiedH1A8)
+  OSTREL_DIFF(colourOcc) OSTREL_DIFF(rooksQueens) OSTREL_DIFF(bishopsQueens) OSTREL_DIFF(kingSquare)
   for (int s = 0; s < 64; s++)
     if (a.board[s] != b.board[s]) return "board[" + std::to_string(s) + "]";
-  OSTREL_DIFF(hashKey)
-  OSTREL_DIFF(pawnKey)
-  OSTREL_DIFF(pieceCount)
-  OSTREL_DIFF(pawnCount)
-  OSTREL_DIFF(material)
-  OSTREL_DIFF(typeCount)
-  OSTREL_DIFF(psqScore)
+  OSTREL_DIFF(hashKey) OSTREL_DIFF(pawnKey) OSTREL_DIFF(pieceCount) OSTREL_DIFF(pawnCount)
+  OSTREL_DIFF(material) OSTREL_DIFF(typeCount) OSTREL_DIFF(psqScore)
 #undef OSTREL_DIFF
   return "padding bytes";
 }
@@ -132,5 +118,4 @@ bool RandomGame::Undo() {
   history_.pop_back();
   return true;
 }
-
 }  // namespace ostrel_test

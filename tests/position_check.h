@@ -1,6 +1,5 @@
-// Test helpers shared by the board tests: a byte comparison of positions that names the field
-// that differs, and deterministic random play. The audit of the global position is the engine's
-// own PositionFault.
+// Test helpers shared by the board tests: a byte comparison of positions that names the field that differs, and
+// deterministic random play. The audit of the global position is the engine's own PositionFault.
 #pragma once
 
 #include <cstdint>
@@ -28,21 +27,22 @@ Position SnapshotPosition();
 std::string SetPositionQuietly(const std::string& fen);
 
 // splitmix64: tiny, fast, and the same sequence on every platform and library.
-class TestRandom {
- public:
-  explicit TestRandom(uint64_t seed) : state_(seed) {}
+struct TestRandom {
+  uint64_t state;
+  explicit TestRandom(uint64_t seed) : state(seed) {}
   uint64_t Next() {
-    uint64_t z = (state_ += 0x9E3779B97F4A7C15ULL);
+    uint64_t z = (state += 0x9E3779B97F4A7C15ULL);
     z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ULL;
     z = (z ^ (z >> 27)) * 0x94D049BB133111EBULL;
     return z ^ (z >> 31);
   }
-  // Uniform enough below n (n > 0) for test purposes.
-  uint32_t Below(uint32_t n) { return uint32_t(Next() % n); }
-
- private:
-  uint64_t state_;
+  uint32_t Below(uint32_t n) { return uint32_t(Next() % n); }  // uniform enough for tests (n > 0)
 };
+
+// Moves spelled out in test tables.
+inline Move M(int from, int to, int piece, int captured = 0, int promotion = 0) {
+  return EncodeMove(from, to, piece, captured, promotion);
+}
 
 // Captures then quiet moves, the order the game and the legal filter use.
 std::vector<Move> PseudoLegalMoves(int side);
@@ -56,26 +56,17 @@ std::vector<std::string> ReadEpdPositions(const std::string& relativePath);
 class RandomGame {
  public:
   RandomGame(const char* fen, uint64_t seed);
-
   // One random legal move for the side to move; false (and nothing played) when there is none.
   bool Play();
   // Takes back the last move played; false when there is none.
   bool Undo();
-
   int Side() const { return side_; }
   int Plies() const { return int(history_.size()); }
-  Move LastMove() const { return history_.empty() ? 0 : history_.back().move; }
-  TestRandom& Random() { return random_; }
 
  private:
-  struct Played {
-    Move move;
-    int side;
-    UndoRecord undo;
-  };
+  struct Played { Move move; int side; UndoRecord undo; };
   TestRandom random_;
   int side_;
   std::vector<Played> history_;
 };
-
 }  // namespace ostrel_test

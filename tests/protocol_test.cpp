@@ -13,10 +13,7 @@
 // more than 3n + 1 seconds. A think runs to its budget whatever the machine's load, so a slow
 // start is the only error, and a late answer is tried again.
 TEST(ProtocolTiming, ClockCommandsSetTheThinkingTime) {
-  const struct {
-    std::vector<std::string> setUp;
-    double fromSeconds, toSeconds;
-  } cases[] = {
+  const struct { std::vector<std::string> setUp; double fromSeconds, toSeconds; } cases[] = {
       {{"new"}, 1.0, 3.0},                  // a new game's minute: 55 s over 40 moves
       {{"new", "level 40 2 0"}, 2.4, 4.5},  // two minutes: 2.9 s
       // The GUI's hundredths read as 8400 / 6 * 10, that is 140 s: 3.4 s, too short to add the second.

@@ -48,7 +48,6 @@ void Play(Referee& r, Move m) {
   r.board = pos;
   if (MovePiece(m) == Pawn || MoveCaptured(m)) r.seen.clear();
   r.seen.push_back(PositionToEpd());
-
   Move legal[MaxMoves];
   const bool hasMove = GenerateLegal(legal, toMove) != legal;
   const int minors = pos.typeCount[White][Knight] + pos.typeCount[White][Bishop] +

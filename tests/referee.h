@@ -1,6 +1,5 @@
-// The rules from the engine library, for tests that keep a game beside engine processes: every
-// move an engine sends is checked, and the referee alone sees the game's end. Games run side by
-// side while the library plays on one global position, so each call takes it under boardLock.
+// The rules from the engine library, for tests that keep a game beside engine processes: every move an engine sends
+// is checked, and the referee alone sees the game's end. Calls take the library's global position under boardLock.
 #pragma once
 
 #include <mutex>

@@ -24,7 +24,6 @@ inline bool RemoveScratchDirectory(const std::string& path) {
 struct ScratchDirectory {
   std::string path;
   char previous[4096];
-
   bool Enter() {
     path = MakeScratchDirectory();
     return !path.empty() && getcwd(previous, sizeof previous) == previous && chdir(path.c_str()) == 0;

@@ -1,10 +1,6 @@
-// Two engine processes play whole games against each other through xboard, with a referee in
-// between that knows the rules from the engine library: every move an engine sends must be legal,
-// and the referee alone decides when a game is over. The engines' own result claims check the
-// referee in turn: an end it missed shows up as a claim in a game that goes on. The games run
-// side by side, since an engine idles up to a tenth of a second before it reads each move.
-// OSTREL_SELFPLAY_GAMES asks for another number of games (up to one per opening). The UCI side
-// of the same play is held by uci_test's sessions and clocks.
+// Two engine processes play whole xboard games with a referee in between: every move must be legal, and the referee
+// alone decides when a game is over; an end it missed shows up as an engine's claim in a game that goes on. Games run
+// side by side (an engine idles up to a tenth of a second before each move); OSTREL_SELFPLAY_GAMES asks for more.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -22,7 +18,6 @@
 #include "tests/referee.h"
 
 namespace {
-
 // One game of each pairing of depths; more found nothing new. sd N searches N - 1 plies: quick,
 // yet deep enough to see mates and avoid blunders.
 constexpr int DefaultGames = 3;
@@ -118,8 +113,7 @@ TEST(SelfPlay, XboardGamesAreLegalToTheEnd) {
   const std::vector<std::vector<std::string>> openings = LoadOpenings();
   const int games = std::min(asked ? atoi(asked) : DefaultGames, int(openings.size()));
   ASSERT_GT(games, 0) << "openings file missing or unreadable";
-  // Equal and unequal depths: the unequal pairs end in mates more often, and the deeper side
-  // plays either colour.
+  // Equal and unequal depths: the unequal pairs end in mates more often, and the deeper side plays either colour.
   std::vector<std::string> faults(games);
   std::atomic<int> next{0};
   std::vector<std::thread> players;
@@ -133,5 +127,4 @@ TEST(SelfPlay, XboardGamesAreLegalToTheEnd) {
   for (std::thread& p : players) p.join();
   for (int g = 0; g < games; g++) EXPECT_EQ("", faults[g]) << "game " << g + 1;
 }
-
 }  // namespace

@@ -1,6 +1,5 @@
-// The tables' index functions against the published sizes and broken-entry counts, index and
-// decode against each other, and the material-signature lookup. (The generator's tests check the
-// tables of up to four men entry by entry against other tables; these reach the five-man ones.)
+// The tables' index functions against the published sizes and broken-entry counts, and index and decode against
+// each other. (The generator's tests check up to four men; these reach the five-man tables.)
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -16,7 +15,6 @@
 #include "tablebases/layout.h"
 
 namespace {
-
 class TablebaseIndex : public testing::Test {
  protected:
   static void SetUpTestSuite() { BuildSignatureTree(); }
@@ -65,8 +63,7 @@ TEST_F(TablebaseIndex, RangesAreThePublishedCounts) {
     for (int side = 0; side < 2; side++) {
       EXPECT_EQ(tableCatalogue[t].count[side], published[side]) << name << " side " << side;
       TableLayout untrimmed = tableLayouts[t][side];
-      untrimmed.count = untrimmed.size;
-      uint32_t end = untrimmed.size;
+      uint32_t end = untrimmed.count = untrimmed.size;
       TableMen p;
       int ep;
       while (end > 0 && Broken(untrimmed, end - 1, side, &p, &ep)) end--;
@@ -100,8 +97,7 @@ TEST_F(TablebaseIndex, EveryEntryIndexesBackAndBrokenOnesAreThePublishedCounts) 
         if (Broken(layout, i, side, &p, &ep)) {
           broken++;
         } else if (IndexOfMen(layout, p, ep, 0) != i) {
-          FAIL() << name << " side " << side << ": " << i << " indexes back to "
-                 << IndexOfMen(layout, p, ep, 0);
+          FAIL() << name << " side " << side << ": " << i << " indexes back to " << IndexOfMen(layout, p, ep, 0);
         }
       }
       if (!epZone) {
@@ -111,8 +107,7 @@ TEST_F(TablebaseIndex, EveryEntryIndexesBackAndBrokenOnesAreThePublishedCounts) 
   }
 }
 
-// A square under the board symmetry `symmetry`: bit 0 mirrors the files, bit 1 the ranks, bit 2
-// the diagonal.
+// A square under the board symmetry `symmetry`: bit 0 mirrors the files, bit 1 the ranks, bit 2 the diagonal.
 int Mapped(int square, int symmetry) {
   int f = FileOf(square), r = RankOf(square);
   if (symmetry & 1) f = 7 - f;
@@ -214,35 +209,6 @@ TEST_F(TablebaseIndex, IndexAndDecodeAgree) {
                                                << " decodes to another";
       }
     }
-  }
-}
-
-// Catches a material signature that finds the wrong table, or the right one with the wrong colours.
-TEST_F(TablebaseIndex, SignatureLookup) {
-  struct Case {
-    int counts[SignatureCounts];  // White P N B R Q, Black P N B R Q
-    int table;
-  } cases[] = {
-      {{0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0},  // kk has no table
-      {{0, 0, 0, 0, 4, 0, 0, 0, 0, 0}, 0},  // beyond the largest count of its level
-      {{0, 0, 0, 0, 0, 0, 0, 0, 0, 4}, 0},
-      {{2, 1, 1, 0, 0, 0, 0, 0, 0, 0}, 0},  // six men
-      {{0, 0, 0, 0, 0, 0, 0, 0, 2, 1}, -140},  // kqrrk with the colours swapped
-  };
-  for (const Case& c : cases) EXPECT_EQ(LookupSignature(c.counts), c.table) << c.table;
-  // Every table's own material and its colour swap find it; equal sides are never swapped.
-  for (int t = 1; t < TableCount; t++) {
-    int counts[SignatureCounts] = {}, swapped[SignatureCounts] = {};
-    const char* name = tableCatalogue[t].name;
-    const char* second = strchr(name + 1, 'k');
-    for (const char* c = name + 1; *c; c++)
-      if (c != second) {
-        const int slot = int(strchr("pnbrq", *c) - "pnbrq");
-        counts[slot + (c > second ? 5 : 0)]++;
-        swapped[slot + (c > second ? 0 : 5)]++;
-      }
-    EXPECT_EQ(LookupSignature(counts), t) << name;
-    EXPECT_EQ(LookupSignature(swapped), memcmp(counts, counts + 5, 5 * sizeof(int)) ? -t : t) << name;
   }
 }
 

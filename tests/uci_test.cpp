@@ -1,4 +1,4 @@
-// UCI sessions with the built engine over pipes, and the move-time plan behind them.
+// UCI sessions with the built engine over pipes: the moves, the traces left out, and the clocks kept.
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -11,12 +11,10 @@
 #include "board/game.h"
 #include "board/movegen.h"
 #include "board/notation.h"
-#include "shell/ucitime.h"
 #include "tablebases/catalogue.h"
 #include "tests/engine_process.h"
 
 namespace {
-
 // What "stop answers within 50 ms" is held to; the sanitizers slow the search tenfold.
 constexpr double StopMs = OSTREL_SANITIZED ? 250 : 50;
 
@@ -31,23 +29,17 @@ double MsSince(Clock::time_point t) {
 class Uci : public testing::Test {
  protected:
   EngineProcess engine;
-
   void SetUp() override {
     ASSERT_TRUE(StartEngine(engine));
     Send("uci");
     ASSERT_TRUE(WaitForExact(engine, "uciok", EngineReplyMs)) << Tail(engine);
   }
-
   void TearDown() override {
     Send("quit");
     EXPECT_TRUE(ExitedWith(engine, 0)) << "quit did not end the session with status 0";
     if (HasFailure()) printf("Engine's last lines:\n%s", Tail(engine).c_str());
   }
-
-  void Send(const std::string& line) {
-    EXPECT_TRUE(::Send(engine, line)) << "engine stopped reading at " << line;
-  }
-
+  void Send(const std::string& line) { EXPECT_TRUE(::Send(engine, line)) << "engine stopped reading at " << line; }
   // The move of "bestmove M [ponder P]" that answers `go`, with the lines before it.
   std::string BestMove(const std::string& go, std::vector<std::string>* before = nullptr) {
     Send(go);
@@ -55,7 +47,6 @@ class Uci : public testing::Test {
     EXPECT_TRUE(WaitForPrefix(engine, "bestmove ", EngineReplyMs, &line, before)) << "no bestmove for " << go;
     return line.substr(9, line.find(' ', 9) - 9);
   }
-
   bool Wrote(const std::vector<std::string>& lines, const std::string& text) {
     for (const std::string& l : lines)
       if (l.find(text) != std::string::npos) return true;
@@ -67,10 +58,9 @@ TEST_F(Uci, SessionWritesNoXboardTraces) {
   // A table file of the right size in the engine's directory is all registration looks at.
   const std::string kpk = engine.scratchDir + "/" + tableCatalogue[1].name + ".nbw";
   ASSERT_TRUE(fclose(fopen(kpk.c_str(), "w")) == 0 && truncate(kpk.c_str(), tableCatalogue[1].count[0]) == 0);
-  Send("setoption name TablebasePath value .");
-  Send("setoption name TablebasePath value <empty>");
-  Send("setoption name Hash value 64");
-  Send("position startpos moves e2e4");
+  for (const char* line : {"setoption name TablebasePath value .", "setoption name TablebasePath value <empty>",
+                           "setoption name Hash value 64", "position startpos moves e2e4"})
+    Send(line);
   BestMove("go depth 4");
   Send("isready");
   ASSERT_TRUE(WaitForExact(engine, "readyok", EngineReplyMs));
@@ -91,22 +81,15 @@ TEST_F(Uci, SessionWritesNoXboardTraces) {
 TEST_F(Uci, FindsTheMoveEachPositionCallsFor) {
   std::string shuffles;  // a position line far longer than an xboard line may be
   for (int i = 0; i < 30; i++) shuffles += "g1f3 g8f6 f3g1 f6g8 ";
-  struct Case {
-    std::string position;
-    const char* best;  // "" for any move
-    const char* info;  // a line written on the way, "" for none
-  } cases[] = {
+  // The best move ("" for any) and a line written on the way ("" for none).
+  struct Case { std::string position; const char* best; const char* info; } cases[] = {
       {"fen 6k1/5ppp/8/8/8/8/8/R5K1 w - - 0 1", "a1a8", "score mate 1"},
-      {"fen 8/P7/8/8/8/8/k7/4K3 w - - 0 1", "a7a8q", ""},
-      {"fen R5k1/5ppp/8/8/8/8/8/6K1 b - - 0 1", "0000", ""},
-      {"fen 8/8/4k3/8/8/4K3/8/8 w - - 0 1", "", ""},
-      {"startpos moves e2e5", "", "info string illegal move e2e5"},
+      {"fen 8/P7/8/8/8/8/k7/4K3 w - - 0 1", "a7a8q", ""}, {"fen R5k1/5ppp/8/8/8/8/8/6K1 b - - 0 1", "0000", ""},
+      {"fen 8/8/4k3/8/8/4K3/8/8 w - - 0 1", "", ""}, {"startpos moves e2e5", "", "info string illegal move e2e5"},
       {"fen 8/8/8/8/8/8/8/8 w - - 0 1", "", "info string invalid position"},
       // The game grows, shrinks and changes its mind: only the difference is played each time.
-      {"startpos moves f2f3 e7e5 g2g4", "d8h4", "score mate 1"},
-      {"startpos moves f2f3 e7e5", "", ""},
-      {"startpos moves f2f3 e7e6 g2g4", "d8h4", ""},
-      {"startpos moves f2f3 e7e6 g2g4 d8h4", "0000", ""},
+      {"startpos moves f2f3 e7e5 g2g4", "d8h4", "score mate 1"}, {"startpos moves f2f3 e7e5", "", ""},
+      {"startpos moves f2f3 e7e6 g2g4", "d8h4", ""}, {"startpos moves f2f3 e7e6 g2g4 d8h4", "0000", ""},
       {"startpos moves " + shuffles + "f2f3 e7e5 g2g4", "d8h4", "score mate 1"},
   };
   for (const Case& c : cases) {
@@ -145,10 +128,7 @@ TEST_F(Uci, StopPonderhitAndIsreadyActWhileSearching) {
 }
 
 TEST_F(Uci, MovesWithinEvenTheShortestClocks) {
-  struct Case {
-    const char* go;
-    double limitMs;
-  } cases[] = {
+  struct Case { const char* go; double limitMs; } cases[] = {
       {"go wtime 50 btime 50", 50},          {"go wtime 50 btime 50 winc 50 binc 50", 50},
       {"go wtime 200 btime 200 movestogo 1", 200}, {"go wtime 2000 btime 2000 winc 50 binc 50", 500},
       {"go movetime 300", 400},  // a fixed time is no clock: a stall past it loses nothing
@@ -164,22 +144,4 @@ TEST_F(Uci, MovesWithinEvenTheShortestClocks) {
     EXPECT_LT(fastest, c.limitMs) << c.go;
   }
 }
-
-TEST(UciTime, PlansStayWithinTheClockAndUseTheIncrement) {
-  for (int64_t clock : {1, 20, 50, 400, 2000, 60000, 3600000})
-    for (int64_t increment : {0, 50, 600})
-      for (int movesToGo : {0, 1, 2, 40}) {
-        const MovePlan p = PlanMove(clock, increment, movesToGo);
-        EXPECT_LE(p.softMs, p.hardMs);
-        EXPECT_LE(p.hardMs, clock > 2 ? clock - std::min<int64_t>(30, clock / 2) : 1) << clock;
-        // Where the clock must last the game, the increment counts from the first move.
-        EXPECT_TRUE(clock < 2000 || !increment || movesToGo || p.softMs > PlanMove(clock, 0, 0).softMs)
-            << clock;
-      }
-  EXPECT_GT(PlanMove(60000, 0, 1).hardMs, PlanMove(60000, 0, 40).hardMs);
-  // With a clock, an iteration that cannot finish is not begun; with a fixed time it still is.
-  EXPECT_FALSE(StartNextIteration(PlanMove(3000, 0, 0), 30, 200));
-  EXPECT_TRUE(StartNextIteration(PlanFixedMove(1000), 300, 400));
-}
-
 }  // namespace
