@@ -133,6 +133,16 @@ static inline void ChangePiece(int side, int oldType, int newType, int s) {
 
 // ---- Make and unmake
 
+// The hash key once `side` has played `m`, the castling rook's move apart (MakeMove adds it).
+// The captured piece stands on `capSquare`: the destination, or beside it for en passant. The
+// search calls it too, to fetch the child's table entry before the move is made.
+inline uint64_t KeyAfterMove(Move m, int side, int capSquare) {
+  const int p = MovePiece(m), q = MovePromotion(m), c = MoveCaptured(m);
+  uint64_t key = pos.hashKey ^ sideKey ^ pieceKey[side][p][MoveFrom(m)] ^ pieceKey[side][q ? q : p][MoveTo(m)];
+  if (c) key ^= pieceKey[side ^ 1][c][capSquare];
+  return key;
+}
+
 // The rook's squares when a king move is a castling; false for any other king move.
 static inline bool CastlingRookSquares(int side, int from, int to, int& rookFrom, int& rookTo) {
   if (from != (side == White ? E1 : E8) || (to != from + 2 && to != from - 2)) return false;
@@ -151,13 +161,10 @@ inline void MakeMove(Move m, int ply, int s) {
   undoStack[ply].epCapture = enPassant;
 
   // The keys and rights only here: UnmakeMove restores them from the undo record.
-  pos.hashKey ^= pieceKey[s][p][from] ^ pieceKey[s][q ? q : p][to] ^ sideKey;
+  pos.hashKey = KeyAfterMove(m, s, capSquare);
   if (q) pos.pawnKey ^= pawnKey[s][from];
   else if (p == Pawn) pos.pawnKey ^= pawnKey[s][from] ^ pawnKey[s][to];
-  if (c) {
-    pos.hashKey ^= pieceKey[o][c][capSquare];
-    if (c == Pawn) pos.pawnKey ^= pawnKey[o][capSquare];
-  }
+  if (c == Pawn) pos.pawnKey ^= pawnKey[o][capSquare];
   pos.castleFlags &= castleKeep[from] & castleKeep[to];
   pos.epSquare = 0;
 
