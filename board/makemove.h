@@ -76,16 +76,20 @@ static inline OccupancyMasks BothSquares(int a, int b) {
   return {x.normal ^ y.normal, x.r90 ^ y.r90, x.a1h8 ^ y.a1h8, x.h1a8 ^ y.h1a8};
 }
 
-// By PieceType: all ones for the types in rooksQueens, in bishopsQueens. Tables, not tests,
-// because the type of the moving piece is different at every move.
-inline constexpr Bitboard inRooksQueens[7] = {0, 0, 0, 0, ~0ULL, ~0ULL, 0};
-inline constexpr Bitboard inBishopsQueens[7] = {0, 0, 0, ~0ULL, 0, ~0ULL, 0};
+// By PieceType: all ones where the type belongs in rooksQueens, then in bishopsQueens. A table,
+// not tests, because the type of the moving piece is different at every move; one record, in
+// the order of the two fields, so that both are updated as one pair.
+struct SliderSets {
+  Bitboard rooksQueens, bishopsQueens;
+};
+inline constexpr SliderSets inSliderSets[7] = {{0, 0}, {0, 0}, {0, 0}, {0, ~0ULL}, {~0ULL, 0}, {~0ULL, ~0ULL}, {0, 0}};
 
 // The piece bitboard of `type` and the slider sets, not the occupancies.
 static inline void ToggleBitboards(int side, int type, Bitboard b) {
   pos.pieces[side][pieceSlot[type]] ^= b;
-  pos.rooksQueens ^= b & inRooksQueens[type];
-  pos.bishopsQueens ^= b & inBishopsQueens[type];
+  const SliderSets& in = inSliderSets[type];
+  pos.rooksQueens ^= b & in.rooksQueens;
+  pos.bishopsQueens ^= b & in.bishopsQueens;
 }
 
 // Counters, material and piece-square sum for a piece arriving (+1) or leaving (-1).
