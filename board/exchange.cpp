@@ -17,15 +17,12 @@ static inline void Lift(OccupancyMasks& o, int s) {
 // Sliders of either side that attack `to` through `o`, the ones lifted off left out. Looking up
 // all four lines costs less than finding the one a lifted piece stood on.
 static inline Bitboard SlidersTo(int to, const OccupancyMasks& o) {
-  const DiagonalAttacks& d = diagonalAttacks[to];
-  const Bitboard straight = rankAttacks[to][(o.normal >> (to & 56)) & 255] | fileAttacks[to][(o.r90 >> ((to & 7) * 8)) & 255];
-  const Bitboard diagonal = d.attacksA1H8[(o.a1h8 >> d.shiftA1H8) & 255] | d.attacksH1A8[(o.h1a8 >> d.shiftH1A8) & 255];
-  return ((straight & pos.rooksQueens) | (diagonal & pos.bishopsQueens)) & o.normal;
+  return ((RookAttacks(to, o) & pos.rooksQueens) | (BishopAttacks(to, o) & pos.bishopsQueens)) & o.normal;
 }
 
 int StaticExchange(int from, int to, int side) {
   int gain[32];
-  OccupancyMasks occ = {pos.occupied, pos.occupiedR90, pos.occupiedA1H8, pos.occupiedH1A8};
+  OccupancyMasks occ = Occupancy();
   Lift(occ, from);
   // Pawns, knights and kings: no capture uncovers another of them.
   const Bitboard (*p)[6] = pos.pieces;

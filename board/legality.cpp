@@ -36,7 +36,9 @@ static inline bool KingOnItsSquare(int side) { return pos.pieces[side][KingSlot]
 
 Bitboard MoversToTest(int side) {
   if (!KingOnItsSquare(side) || Checkers(side)) return ~Bitboard(0);
-  return PinnedPieces(side) | squareMask[pos.kingSquare[side]];
+  const Bitboard ep = EnPassantTarget(side);
+  const Bitboard epTakers = ep ? pos.pieces[side][PawnSlot] & pawnAttacks[side ^ 1][LowestBit(ep)] : 0;
+  return PinnedPieces(side) | squareMask[pos.kingSquare[side]] | epTakers;
 }
 
 bool EnPassantLegal(Move m, int side) {

@@ -9,9 +9,10 @@ Bitboard Checkers(int side);
 // Own pieces of `side` that stand alone between their king and an enemy slider on the same line.
 Bitboard PinnedPieces(int side);
 
-// The pieces of `side` whose pseudo-legal moves may leave their own king attacked: the king and
-// the pinned pieces, or every piece when in check or when the king is missing from its square.
-// Any other move is legal once made, en passant apart (it lifts two pawns off one line).
+// The pieces of `side` whose pseudo-legal moves may leave their own king attacked: the king, the
+// pinned pieces and the pawns that can take en passant (which lifts two pawns off one line), or
+// every piece when in check or when the king is missing from its square. Any other move is
+// legal once made.
 Bitboard MoversToTest(int side);
 
 // Whether the en-passant capture `m` of `side` keeps its king safe, settled by playing it.

@@ -76,16 +76,20 @@ static inline OccupancyMasks BothSquares(int a, int b) {
   return {x.normal ^ y.normal, x.r90 ^ y.r90, x.a1h8 ^ y.a1h8, x.h1a8 ^ y.h1a8};
 }
 
-// By PieceType: all ones for the types in rooksQueens, in bishopsQueens. Tables, not tests,
-// because the type of the moving piece is different at every move.
-inline constexpr Bitboard inRooksQueens[7] = {0, 0, 0, 0, ~0ULL, ~0ULL, 0};
-inline constexpr Bitboard inBishopsQueens[7] = {0, 0, 0, ~0ULL, 0, ~0ULL, 0};
+// By PieceType: all ones where the type belongs in rooksQueens, then in bishopsQueens. A table,
+// not tests, because the type of the moving piece is different at every move; one record, in
+// the order of the two fields, so that both are updated as one pair.
+struct SliderSets {
+  Bitboard rooksQueens, bishopsQueens;
+};
+inline constexpr SliderSets inSliderSets[7] = {{0, 0}, {0, 0}, {0, 0}, {0, ~0ULL}, {~0ULL, 0}, {~0ULL, ~0ULL}, {0, 0}};
 
 // The piece bitboard of `type` and the slider sets, not the occupancies.
 static inline void ToggleBitboards(int side, int type, Bitboard b) {
   pos.pieces[side][pieceSlot[type]] ^= b;
-  pos.rooksQueens ^= b & inRooksQueens[type];
-  pos.bishopsQueens ^= b & inBishopsQueens[type];
+  const SliderSets& in = inSliderSets[type];
+  pos.rooksQueens ^= b & in.rooksQueens;
+  pos.bishopsQueens ^= b & in.bishopsQueens;
 }
 
 // Counters, material and piece-square sum for a piece arriving (+1) or leaving (-1).
@@ -133,6 +137,16 @@ static inline void ChangePiece(int side, int oldType, int newType, int s) {
 
 // ---- Make and unmake
 
+// The hash key once `side` has played `m`, the castling rook's move apart (MakeMove adds it).
+// The captured piece stands on `capSquare`: the destination, or beside it for en passant. The
+// search calls it too, to fetch the child's table entry before the move is made.
+inline uint64_t KeyAfterMove(Move m, int side, int capSquare) {
+  const int p = MovePiece(m), q = MovePromotion(m), c = MoveCaptured(m);
+  uint64_t key = pos.hashKey ^ sideKey ^ pieceKey[side][p][MoveFrom(m)] ^ pieceKey[side][q ? q : p][MoveTo(m)];
+  if (c) key ^= pieceKey[side ^ 1][c][capSquare];
+  return key;
+}
+
 // The rook's squares when a king move is a castling; false for any other king move.
 static inline bool CastlingRookSquares(int side, int from, int to, int& rookFrom, int& rookTo) {
   if (from != (side == White ? E1 : E8) || (to != from + 2 && to != from - 2)) return false;
@@ -151,13 +165,10 @@ inline void MakeMove(Move m, int ply, int s) {
   undoStack[ply].epCapture = enPassant;
 
   // The keys and rights only here: UnmakeMove restores them from the undo record.
-  pos.hashKey ^= pieceKey[s][p][from] ^ pieceKey[s][q ? q : p][to] ^ sideKey;
+  pos.hashKey = KeyAfterMove(m, s, capSquare);
   if (q) pos.pawnKey ^= pawnKey[s][from];
   else if (p == Pawn) pos.pawnKey ^= pawnKey[s][from] ^ pawnKey[s][to];
-  if (c) {
-    pos.hashKey ^= pieceKey[o][c][capSquare];
-    if (c == Pawn) pos.pawnKey ^= pawnKey[o][capSquare];
-  }
+  if (c == Pawn) pos.pawnKey ^= pawnKey[o][capSquare];
   pos.castleFlags &= castleKeep[from] & castleKeep[to];
   pos.epSquare = 0;
 

@@ -14,8 +14,7 @@ static __attribute__((flatten)) uint64_t PerftNode(int depth, int ply, int side,
   uint64_t nodes = 0;
   for (Move* m = moves; m < end; m++) {
     MakeMove(*m, ply, side);
-    const bool test = (toTest & squareMask[MoveFrom(*m)]) || undoStack[ply].epCapture;
-    if (!test || !KingAttacked(side)) nodes += depth > 1 ? PerftNode(depth - 1, ply + 1, side ^ 1, bulk) : 1;
+    if (!(toTest & squareMask[MoveFrom(*m)]) || !KingAttacked(side)) nodes += depth > 1 ? PerftNode(depth - 1, ply + 1, side ^ 1, bulk) : 1;
     UnmakeMove(*m, ply, side);
   }
   return nodes;

@@ -32,14 +32,22 @@ struct Position {
 
 extern Position pos;
 
-inline Bitboard RankAttacks(int s) { return rankAttacks[s][(pos.occupied >> (s & 56)) & 255]; }
-inline Bitboard FileAttacks(int s) { return fileAttacks[s][(pos.occupiedR90 >> ((s & 7) * 8)) & 255]; }
-inline Bitboard RookAttacks(int s) { return RankAttacks(s) | FileAttacks(s); }
-inline Bitboard BishopAttacks(int s) {
-  const DiagonalAttacks& d = diagonalAttacks[s];
-  return d.attacksA1H8[(pos.occupiedA1H8 >> d.shiftA1H8) & 255] |
-         d.attacksH1A8[(pos.occupiedH1A8 >> d.shiftH1A8) & 255];
+// The position's four occupancies as one record.
+inline OccupancyMasks Occupancy() { return {pos.occupied, pos.occupiedR90, pos.occupiedA1H8, pos.occupiedH1A8}; }
+
+// Sliding attacks through a given occupancy, so that a caller can look through a copy with
+// pieces lifted off; the one-argument forms look through the position's.
+inline Bitboard FileAttacks(int s, const OccupancyMasks& o) { return fileAttacks[s][(o.r90 >> ((s & 7) * 8)) & 255]; }
+inline Bitboard RookAttacks(int s, const OccupancyMasks& o) {
+  return rankAttacks[s][(o.normal >> (s & 56)) & 255] | FileAttacks(s, o);
 }
+inline Bitboard BishopAttacks(int s, const OccupancyMasks& o) {
+  const DiagonalAttacks& d = diagonalAttacks[s];
+  return d.attacksA1H8[(o.a1h8 >> d.shiftA1H8) & 255] | d.attacksH1A8[(o.h1a8 >> d.shiftH1A8) & 255];
+}
+inline Bitboard FileAttacks(int s) { return FileAttacks(s, Occupancy()); }
+inline Bitboard RookAttacks(int s) { return RookAttacks(s, Occupancy()); }
+inline Bitboard BishopAttacks(int s) { return BishopAttacks(s, Occupancy()); }
 inline Bitboard QueenAttacks(int s) { return RookAttacks(s) | BishopAttacks(s); }
 
 // True when `square` is attacked by pieces of `bySide`.
