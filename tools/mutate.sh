@@ -22,12 +22,12 @@ board/movegen.cpp @@ Shift(pawns & notFileA, towardA) & targets @@ Shift(pawns, 
 board/movegen.cpp @@ CastlingSquaresSafe(E1, F1, G1, enemy) @@ CastlingSquaresSafe(E1, F1, F1, enemy)
 board/movegen.cpp @@ Shift(singles, up) & empty & doubleStepRank @@ Shift(singles, up) & doubleStepRank
 board/movegen.cpp @@ pushOrder[3] = {Knight, Rook, Bishop} @@ pushOrder[3] = {Knight, Rook, Rook}
-board/evasions.cpp @@ if (between && !(between & (between - 1)) && (between & pos.colourOcc[side])) @@ if (between && (between & pos.colourOcc[side]))
-board/makemove.cpp @@ ~4u, ~0u, ~0u, ~0u, ~12u @@ ~4u, ~0u, ~0u, ~0u, ~4u
-board/makemove.cpp @@ if (to - from == 2 * forward) @@ if (to - from == forward)
-board/makemove.cpp @@ pos.material += sign * pieceValue[type]; @@ pos.material -= sign * pieceValue[type];
-board/makemove.cpp @@ rookFrom = to > from ? from + 3 : from - 4; @@ rookFrom = to > from ? from + 3 : from - 3;
-board/makemove.cpp @@ pos.hashKey ^= pieceKey[o][c][capSquare]; @@ pos.hashKey ^= pieceKey[o][c][to];
+board/legality.cpp @@ return between && !(between & (between - 1)) ? between & pos.colourOcc[side] : 0; @@ return between ? between & pos.colourOcc[side] : 0;
+board/makemove.h @@ ~4u, ~0u, ~0u, ~0u, ~12u @@ ~4u, ~0u, ~0u, ~0u, ~4u
+board/makemove.h @@ if (to - from == 2 * forward) @@ if (to - from == forward)
+board/makemove.h @@ pos.material += sign * pieceValue[type]; @@ pos.material -= sign * pieceValue[type];
+board/makemove.h @@ rookFrom = to > from ? from + 3 : from - 4; @@ rookFrom = to > from ? from + 3 : from - 3;
+board/makemove.h @@ if (c) key ^= pieceKey[side ^ 1][c][capSquare]; @@ if (c) key ^= pieceKey[side ^ 1][c][to];
 board/notation.cpp @@ return FindMove(candidates, from, from - 2, King); @@ return FindMove(candidates, from, from + 2, King);
 board/notation.cpp @@ SquareOf(at(2), at(3)), Pawn) @@ SquareOf(at(2), at(4)), Pawn)
 board/notation.cpp @@ FindMoveRank(candidates, e - '1', to, piece) @@ FindMoveRank(candidates, e - '0', to, piece)
