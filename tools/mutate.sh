@@ -27,7 +27,7 @@ board/makemove.h @@ ~4u, ~0u, ~0u, ~0u, ~12u @@ ~4u, ~0u, ~0u, ~0u, ~4u
 board/makemove.h @@ if (to - from == 2 * forward) @@ if (to - from == forward)
 board/makemove.h @@ pos.material += sign * pieceValue[type]; @@ pos.material -= sign * pieceValue[type];
 board/makemove.h @@ rookFrom = to > from ? from + 3 : from - 4; @@ rookFrom = to > from ? from + 3 : from - 3;
-board/makemove.h @@ if (c) key ^= pieceKey[side ^ 1][c][capSquare]; @@ if (c) key ^= pieceKey[side ^ 1][c][MoveTo(m)];
+board/makemove.h @@ pos.hashKey = KeyAfterMove(m, s, capSquare); @@ pos.hashKey = KeyAfterMove(m, s, to);
 board/notation.cpp @@ return FindMove(candidates, from, from - 2, King); @@ return FindMove(candidates, from, from + 2, King);
 board/notation.cpp @@ SquareOf(at(2), at(3)), Pawn) @@ SquareOf(at(2), at(4)), Pawn)
 board/notation.cpp @@ FindMoveRank(candidates, e - '1', to, piece) @@ FindMoveRank(candidates, e - '0', to, piece)
