@@ -20,8 +20,19 @@ static uint32_t lineFill = 0;
 
 static bool consoleInput = false;
 
+// A ring: taking a line moves no other line, and a line costs only its own length to queue.
 static char lineQueue[InputQueueSlots][LongLineSize];
+static uint32_t queueHead = 0;
 static uint32_t queuedLines = 0;
+
+static char* QueuedLine(uint32_t i) { return lineQueue[(queueHead + i) % InputQueueSlots]; }
+
+// Copies at most size - 1 bytes of a line and terminates it.
+static void CopyLine(char* to, const char* from, size_t size) {
+  const size_t length = strnlen(from, size - 1);
+  memcpy(to, from, length);
+  to[length] = '\0';
+}
 // The interpreter reads its line from here, not from the queue, because it may poll while it
 // works (a search does) and the queue shifts under it.
 static char dispatchBuffer[InputLineSize];
@@ -114,8 +125,7 @@ bool UciRequested() { return uciRequested; }
 
 void QueueLine(const char* line) {
   if (queuedLines >= uint32_t(InputQueueSlots)) return;
-  strncpy(lineQueue[queuedLines], line, LongLineSize - 1);
-  lineQueue[queuedLines][LongLineSize - 1] = '\0';
+  CopyLine(QueuedLine(queuedLines), line, LongLineSize);
   queuedLines++;
 }
 
@@ -167,20 +177,19 @@ void PollInput() {
 
 bool TakeQueuedLine(char* line, int size) {
   if (queuedLines == 0) return false;
-  memcpy(line, lineQueue[0], size_t(size));
-  line[size - 1] = '\0';
+  CopyLine(line, QueuedLine(0), size_t(size));
+  queueHead = (queueHead + 1) % InputQueueSlots;
   queuedLines--;
-  memmove(lineQueue[0], lineQueue[1], size_t(queuedLines) * LongLineSize);
   return true;
 }
 
 const char* DispatchQueuedLine() {
   if (queuedLines == 0) return nullptr;
-  printf("Process Queue Line [%s]\n", lineQueue[0]);
+  printf("Process Queue Line [%s]\n", QueuedLine(0));
   TakeQueuedLine(dispatchBuffer);
   return dispatchBuffer;
 }
 
 void PrintQueuedLines() {
-  for (uint32_t i = 0; i < queuedLines; i++) printf("%s\n", lineQueue[i]);
+  for (uint32_t i = 0; i < queuedLines; i++) printf("%s\n", QueuedLine(i));
 }
