@@ -7,6 +7,7 @@
 
 PawnEntry pawnTable[PawnTableEntries];
 uint32_t pawnHits, pawnComputed, pawnReplacements, pawnStores;
+uint32_t pawnSlotsUsed;
 
 Bitboard adjacentFiles[8];
 Bitboard passedMask[2][64];
@@ -64,6 +65,7 @@ void ClearPawnTable() {
     for (int i = 0; i < storesSinceClear; i++) memset(static_cast<void*>(&pawnTable[storedSlots[i]]), 0, sizeof(PawnEntry));
   }
   storesSinceClear = 0;
+  pawnSlotsUsed = 0;
 }
 
 static int FileMask(Bitboard pawns) {
@@ -163,6 +165,7 @@ const PawnEntry& ProbePawnTable() {
   PawnEntry fresh;
   ComputeEntry(fresh);
   if (slot.key || slot.score) pawnReplacements++;
+  if (!slot.key) pawnSlotsUsed++;
   pawnStores++;
   if (storesSinceClear < TrackedStores) storedSlots[storesSinceClear] = index;
   if (storesSinceClear <= TrackedStores) storesSinceClear++;

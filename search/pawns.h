@@ -23,6 +23,8 @@ static_assert(sizeof(PawnEntry) == 30, "pawn entries are 30 bytes");
 
 extern PawnEntry pawnTable[PawnTableEntries];
 extern uint32_t pawnHits, pawnComputed, pawnReplacements, pawnStores;
+// Slots holding an entry: counted as they fill so that reporting it needs no sweep of the table.
+extern uint32_t pawnSlotsUsed;
 
 // Masks the pawn terms are made of, by side and square.
 extern Bitboard adjacentFiles[8];

@@ -27,12 +27,6 @@ struct RunStatistics {
 // part * 100 / whole in single precision, 0 for a whole below 1.
 float Percent(double part, double whole) { return whole < 1 ? 0.0f : float(part * 100.0f / whole); }
 
-int UsedPawnEntries() {
-  int used = 0;
-  for (const PawnEntry& e : pawnTable) used += e.key != 0;
-  return used;
-}
-
 void WriteReport(FILE* out, const RunStatistics& s) {
   const double all = double(s.nodes) + double(s.qnodes);
   fprintf(out, "\n\nRESULTS :\n\n");
@@ -119,8 +113,7 @@ void Analyse(const char* epdFile, const char* resultFile, int timeLimit, int dep
     stats.searched++;
     stats.timeTaken += used;
     if (report) {
-      const int usedEntries = UsedPawnEntries();
-      fprintf(report, "pawn hashtable full : %d (%g%%)\n", usedEntries, Percent(usedEntries, PawnTableEntries));
+      fprintf(report, "pawn hashtable full : %u (%g%%)\n", pawnSlotsUsed, Percent(pawnSlotsUsed, PawnTableEntries));
     }
   }
 
