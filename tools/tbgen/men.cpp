@@ -1,6 +1,7 @@
 #include "tools/tbgen/men.h"
 
 #include "board/bitboard.h"
+#include "board/position.h"
 
 Bitboard Occupancy(const Men& p) {
   Bitboard occupied = 0;
@@ -24,15 +25,26 @@ static Bitboard EmptyBoardAttacks(int type, int side, int square) {
 
 static bool Slides(int type) { return type == Bishop || type == Rook || type == Queen; }
 
-static Bitboard Attacks(const Man& m, Bitboard occupied) {
-  Bitboard targets = EmptyBoardAttacks(m.type, m.side, m.square);
-  if (!Slides(m.type)) return targets;
-  Bitboard reached = 0;
-  for (Bitboard b = targets; b;) {
-    const int to = PopLowest(b);
-    if (!(betweenMask[m.square][to] & occupied)) reached |= squareMask[to];
+// The four occupancies the rotated attack tables read, for the men as they stand.
+static OccupancyMasks MenOccupancy(const Men& p) {
+  OccupancyMasks o = {0, 0, 0, 0};
+  for (int i = 0; i < p.count; i++) {
+    const OccupancyMasks& m = occupancyMask[p.man[i].square];
+    o.normal |= m.normal;
+    o.r90 |= m.r90;
+    o.a1h8 |= m.a1h8;
+    o.h1a8 |= m.h1a8;
   }
-  return reached;
+  return o;
+}
+
+static Bitboard Attacks(const Man& m, const OccupancyMasks& o) {
+  switch (m.type) {
+    case Bishop: return BishopAttacks(m.square, o);
+    case Rook: return RookAttacks(m.square, o);
+    case Queen: return BishopAttacks(m.square, o) | RookAttacks(m.square, o);
+    default: return EmptyBoardAttacks(m.type, m.side, m.square);
+  }
 }
 
 bool MenAttacked(const Men& p, int square, int bySide, Bitboard occupied, int ignore) {
@@ -97,9 +109,15 @@ static Bitboard MenToTest(const Men& p, Bitboard occupied) {
   return test;
 }
 
+Bitboard MenToTest(const Men& p) { return MenToTest(p, Occupancy(p)); }
+
 static int GenerateMoves(const Men& p, MenMove* list, bool legal) {
-  const Bitboard occupied = Occupancy(p);
+  const OccupancyMasks o = MenOccupancy(p);
+  const Bitboard occupied = o.normal;
   const Bitboard toTest = legal ? MenToTest(p, occupied) : 0;
+  Bitboard enemies = 0;
+  for (int i = 0; i < p.count; i++)
+    if (p.man[i].side != p.toMove && p.man[i].type != King) enemies |= squareMask[p.man[i].square];
   int n = 0;
   for (int i = 0; i < p.count; i++) {
     const Man& m = p.man[i];
@@ -114,19 +132,17 @@ static int GenerateMoves(const Men& p, MenMove* list, bool legal) {
         if (RankOf(m.square) == startRank && !(occupied & squareMask[one + step]))
           n = Add(p, list, n, {i, one + step, -1, 0, true}, test);
       }
-      for (Bitboard b = pawnAttacks[m.side][m.square] & occupied; b;) {
+      for (Bitboard b = pawnAttacks[m.side][m.square] & enemies; b;) {
         const int to = PopLowest(b);
-        const int victim = ManOn(p, to);
-        if (p.man[victim].side != m.side) n = AddPawnMove(p, list, n, i, to, victim, test);
+        n = AddPawnMove(p, list, n, i, to, ManOn(p, to), test);
       }
       continue;
     }
-    for (Bitboard b = Attacks(m, occupied); b;) {
+    const Bitboard targets = Attacks(m, o);
+    for (Bitboard b = targets & ~occupied; b;) n = Add(p, list, n, {i, PopLowest(b), -1, 0, false}, test);
+    for (Bitboard b = targets & enemies; b;) {
       const int to = PopLowest(b);
-      const int victim = ManOn(p, to);
-      if (victim < 0) n = Add(p, list, n, {i, to, -1, 0, false}, test);
-      else if (p.man[victim].side != m.side && p.man[victim].type != King)
-        n = Add(p, list, n, {i, to, victim, 0, false}, test);
+      n = Add(p, list, n, {i, to, ManOn(p, to), 0, false}, test);
     }
   }
   return n;
@@ -169,13 +185,45 @@ int EpRightAfter(const Men& p, const MenMove& m) {
   return -1;
 }
 
+// Whether a man of `side` and `type` on `from` attacks `target` through `occupied`.
+static bool AttacksFrom(int type, int side, int from, int target, Bitboard occupied) {
+  if (!(EmptyBoardAttacks(type, side, from) & squareMask[target])) return false;
+  return !Slides(type) || !(betweenMask[from][target] & occupied);
+}
+
+// An un-move is legal when, before it, the king of the side to move in `p` is not attacked. Unless
+// that king stands in check now, only two things can attack it then: the man moved, from the square
+// it came from, and a slider whose one blocker on its line to the king was that man; each is a
+// table look-up, where building the position before and testing it in full costs a loop over
+// every man per un-move.
 int GenerateMenUnmoves(const Men& p, MenUnmove* list) {
-  const Bitboard occupied = Occupancy(p);
+  const OccupancyMasks o = MenOccupancy(p);
+  const Bitboard occupied = o.normal;
   const int mover = p.toMove ^ 1;
+  const int king = KingSquare(p, p.toMove);
+  const bool inCheck = MenAttacked(p, king, mover, occupied);
+  // Per man of the mover: the squares it may have come from without uncovering a slider's line.
+  Bitboard keepsLines[MaxMen];
+  for (int i = 0; i < p.count; i++) keepsLines[i] = ~Bitboard(0);
+  for (int j = 0; j < p.count && !inCheck; j++) {
+    const Man& s = p.man[j];
+    if (s.side != mover || !Slides(s.type) || !(EmptyBoardAttacks(s.type, s.side, s.square) & squareMask[king])) continue;
+    const Bitboard blockers = betweenMask[s.square][king] & occupied;
+    if (!blockers || (blockers & (blockers - 1))) continue;
+    const int blocker = ManOn(p, LowestBit(blockers));
+    if (p.man[blocker].side == mover) keepsLines[blocker] &= betweenMask[s.square][king];
+  }
   int n = 0;
   auto add = [&](int man, int from, bool doubleStep) {
-    Men before = MenBefore(p, {man, from, doubleStep});
-    if (!MenIllegal(before)) list[n++] = {man, from, doubleStep};
+    const Man& m = p.man[man];
+    bool legal;
+    if (inCheck) {
+      legal = !MenIllegal(MenBefore(p, {man, from, doubleStep}));
+    } else {
+      const Bitboard before = occupied ^ squareMask[m.square] ^ squareMask[from];
+      legal = (keepsLines[man] & squareMask[from]) && !AttacksFrom(m.type, m.side, from, king, before);
+    }
+    if (legal) list[n++] = {man, from, doubleStep};
   };
   for (int i = 0; i < p.count; i++) {
     const Man& m = p.man[i];
@@ -190,7 +238,7 @@ int GenerateMenUnmoves(const Men& p, MenUnmove* list) {
       if (RankOf(m.square) == fourth && !(occupied & squareMask[one + step])) add(i, one + step, true);
       continue;
     }
-    for (Bitboard b = Attacks(m, occupied) & ~occupied; b;) add(i, PopLowest(b), false);
+    for (Bitboard b = Attacks(m, o) & ~occupied; b;) add(i, PopLowest(b), false);
   }
   return n;
 }
