@@ -108,6 +108,9 @@ uint64_t WorkIndex(const Men& p) {
   return best;
 }
 
+// The slot of the stronger king on a square its symmetry has brought into its region.
+static int StrongKingSlot(int square) { return layout.pawns ? RankOf(square) * 4 + FileOf(square) : TriangleSlot(square); }
+
 // A man's digit: its square as the symmetry places it, pawns counted from rank 2.
 static int Digit(int man, int square) { return layout.radix[man] == 48 && man >= 2 ? square - 8 : square; }
 
@@ -139,9 +142,7 @@ void SplitIndex(const Men& p, IndexTerms* terms) {
     const int t = terms->symmetry[k];
     int* digit = terms->digit[k];
     for (int i = 1; i < p.count; i++) digit[i] = Digit(i, transformed[t][p.man[i].square]);
-    const int kingSquare = transformed[t][king];
-    const int slot = layout.pawns ? RankOf(kingSquare) * 4 + FileOf(kingSquare) : TriangleSlot(kingSquare);
-    uint64_t index = uint64_t(slot) * 64 * layout.weight[1];
+    uint64_t index = uint64_t(StrongKingSlot(transformed[t][king])) * 64 * layout.weight[1];
     for (int i = 1; i < p.count; i++)
       if (layout.likeStart[i] == i) {
         terms->likeTerm[k][i] = LikeTerm(i, layout.likeEnd[i], digit);
@@ -153,9 +154,21 @@ void SplitIndex(const Men& p, IndexTerms* terms) {
 
 uint64_t WorkIndexMoved(const Men& p, const IndexTerms& terms, int man, int square) {
   if (man == 0) {
-    Men moved = p;
-    moved.man[0].square = square;
-    return WorkIndex(moved);
+    // The stronger king keeps its one symmetry as long as it stays within the same region of
+    // the board (half of it with pawns, one eighth without, off the diagonals): then only its
+    // slot changes.
+    const int from = p.man[0].square;
+    const bool same = layout.pawns ? (FileOf(from) > 3) == (FileOf(square) > 3)
+                                   : kingSymmetryCount[from] == 1 && kingSymmetryCount[square] == 1 &&
+                                         kingSymmetries[from][0] == kingSymmetries[square][0];
+    if (!same) {
+      Men moved = p;
+      moved.man[0].square = square;
+      return WorkIndex(moved);
+    }
+    const int t = terms.symmetry[0];
+    return terms.index[0] + (uint64_t(StrongKingSlot(transformed[t][square])) - uint64_t(StrongKingSlot(transformed[t][from]))) *
+                                64 * layout.weight[1];
   }
   const int first = layout.likeStart[man], last = layout.likeEnd[man];
   uint64_t best = ~uint64_t(0);

@@ -9,21 +9,21 @@ Bitboard Occupancy(const Men& p) {
   return occupied;
 }
 
-// Squares a man attacks on an empty board; sliders are then cut by betweenMask.
-static Bitboard EmptyBoardAttacks(int type, int side, int square) {
+static bool Slides(int type) { return type == Bishop || type == Rook || type == Queen; }
+
+// Whether a man on `from` attacks `to` on an empty board; sliders by the line between the two
+// squares, which costs one look-up where their attack sets would cost several.
+static bool Reaches(int type, int side, int from, int to) {
   switch (type) {
-    case Pawn: return pawnAttacks[side][square];
-    case Knight: return knightAttacks[square];
-    case King: return kingAttacks[square];
+    case Pawn: return (pawnAttacks[side][from] & squareMask[to]) != 0;
+    case Knight: return (knightAttacks[from] & squareMask[to]) != 0;
+    case King: return (kingAttacks[from] & squareMask[to]) != 0;
     default: break;
   }
-  Bitboard b = 0;
-  if (type != Bishop) b |= rankAttacks[square][0] | fileAttacks[square][0];
-  if (type != Rook) b |= diagonalAttacks[square].attacksA1H8[0] | diagonalAttacks[square].attacksH1A8[0];
-  return b;
+  const int d = direction[from][to];
+  if (d == 0 || type == Queen) return d != 0;
+  return (d == 1 || d == -1 || d == 8 || d == -8) == (type == Rook);
 }
-
-static bool Slides(int type) { return type == Bishop || type == Rook || type == Queen; }
 
 // The four occupancies the rotated attack tables read, for the men as they stand.
 static OccupancyMasks MenOccupancy(const Men& p) {
@@ -40,10 +40,12 @@ static OccupancyMasks MenOccupancy(const Men& p) {
 
 static Bitboard Attacks(const Man& m, const OccupancyMasks& o) {
   switch (m.type) {
+    case Pawn: return pawnAttacks[m.side][m.square];
+    case Knight: return knightAttacks[m.square];
     case Bishop: return BishopAttacks(m.square, o);
     case Rook: return RookAttacks(m.square, o);
     case Queen: return BishopAttacks(m.square, o) | RookAttacks(m.square, o);
-    default: return EmptyBoardAttacks(m.type, m.side, m.square);
+    default: return kingAttacks[m.square];
   }
 }
 
@@ -51,7 +53,7 @@ bool MenAttacked(const Men& p, int square, int bySide, Bitboard occupied, int ig
   for (int i = 0; i < p.count; i++) {
     const Man& m = p.man[i];
     if (i == ignore || m.side != bySide || m.square == square) continue;
-    if (!(EmptyBoardAttacks(m.type, m.side, m.square) & squareMask[square])) continue;
+    if (!Reaches(m.type, m.side, m.square, square)) continue;
     if (!Slides(m.type) || !(betweenMask[m.square][square] & occupied)) return true;
   }
   return false;
@@ -66,13 +68,13 @@ bool MenIllegal(const Men& p) {
 
 bool MenInCheck(const Men& p) { return MenAttacked(p, KingSquare(p, p.toMove), p.toMove ^ 1, Occupancy(p)); }
 
+// The men stay where they were: MenAttacked looks at the enemy's alone, the captured one left out.
 bool MenMoveLegal(const Men& p, const MenMove& m) {
-  Men after = p;
-  after.man[m.man].square = m.to;
-  Bitboard occupied = Occupancy(after);
+  Bitboard occupied = (Occupancy(p) & ~squareMask[p.man[m.man].square]) | squareMask[m.to];
   // An en-passant victim does not stand on the destination: its square empties too.
   if (m.captured >= 0 && p.man[m.captured].square != m.to) occupied &= ~squareMask[p.man[m.captured].square];
-  return !MenAttacked(after, KingSquare(after, p.toMove), p.toMove ^ 1, occupied, m.captured);
+  const int king = p.man[m.man].type == King ? m.to : KingSquare(p, p.toMove);
+  return !MenAttacked(p, king, p.toMove ^ 1, occupied, m.captured);
 }
 
 static int ManOn(const Men& p, int square) {
@@ -103,7 +105,7 @@ static Bitboard MenToTest(const Men& p, Bitboard occupied) {
   Bitboard test = squareMask[king];
   for (int i = 0; i < p.count; i++) {
     const Man& m = p.man[i];
-    if (m.side != p.toMove && Slides(m.type) && (EmptyBoardAttacks(m.type, m.side, m.square) & squareMask[king]))
+    if (m.side != p.toMove && Slides(m.type) && Reaches(m.type, m.side, m.square, king))
       test |= betweenMask[m.square][king] & occupied;
   }
   return test;
@@ -187,43 +189,42 @@ int EpRightAfter(const Men& p, const MenMove& m) {
 
 // Whether a man of `side` and `type` on `from` attacks `target` through `occupied`.
 static bool AttacksFrom(int type, int side, int from, int target, Bitboard occupied) {
-  if (!(EmptyBoardAttacks(type, side, from) & squareMask[target])) return false;
+  if (!Reaches(type, side, from, target)) return false;
   return !Slides(type) || !(betweenMask[from][target] & occupied);
 }
 
-// An un-move is legal when, before it, the king of the side to move in `p` is not attacked. Unless
-// that king stands in check now, only two things can attack it then: the man moved, from the square
-// it came from, and a slider whose one blocker on its line to the king was that man; each is a
-// table look-up, where building the position before and testing it in full costs a loop over
-// every man per un-move.
+// An un-move is legal when, before it, the king of the side to move in `p` is not attacked. Only
+// three things can attack it then: the man moved, from the square it came from; a slider whose
+// one blocker on its line to the king was that man; and a man giving check now, unless the man
+// moved came from a square of its line. Each is a look-up per un-move, where building the position
+// before and testing it in full costs a loop over every man.
 int GenerateMenUnmoves(const Men& p, MenUnmove* list) {
   const OccupancyMasks o = MenOccupancy(p);
   const Bitboard occupied = o.normal;
   const int mover = p.toMove ^ 1;
   const int king = KingSquare(p, p.toMove);
-  const bool inCheck = MenAttacked(p, king, mover, occupied);
-  // Per man of the mover: the squares it may have come from without uncovering a slider's line.
+  // Per man of the mover: the squares it may have come from that leave no line open to the king.
   Bitboard keepsLines[MaxMen];
   for (int i = 0; i < p.count; i++) keepsLines[i] = ~Bitboard(0);
-  for (int j = 0; j < p.count && !inCheck; j++) {
-    const Man& s = p.man[j];
-    if (s.side != mover || !Slides(s.type) || !(EmptyBoardAttacks(s.type, s.side, s.square) & squareMask[king])) continue;
-    const Bitboard blockers = betweenMask[s.square][king] & occupied;
-    if (!blockers || (blockers & (blockers - 1))) continue;
-    const int blocker = ManOn(p, LowestBit(blockers));
-    if (p.man[blocker].side == mover) keepsLines[blocker] &= betweenMask[s.square][king];
+  for (int j = 0; j < p.count; j++) {
+    const Man& a = p.man[j];
+    if (a.side != mover || !Reaches(a.type, a.side, a.square, king)) continue;
+    const Bitboard line = Slides(a.type) ? betweenMask[a.square][king] : 0;
+    const Bitboard blockers = line & occupied;
+    if (!blockers) {
+      for (int i = 0; i < p.count; i++)
+        if (i != j) keepsLines[i] &= line;
+    } else if (!(blockers & (blockers - 1))) {
+      const int blocker = ManOn(p, LowestBit(blockers));
+      if (p.man[blocker].side == mover) keepsLines[blocker] &= line;
+    }
   }
   int n = 0;
   auto add = [&](int man, int from, bool doubleStep) {
     const Man& m = p.man[man];
-    bool legal;
-    if (inCheck) {
-      legal = !MenIllegal(MenBefore(p, {man, from, doubleStep}));
-    } else {
-      const Bitboard before = occupied ^ squareMask[m.square] ^ squareMask[from];
-      legal = (keepsLines[man] & squareMask[from]) && !AttacksFrom(m.type, m.side, from, king, before);
-    }
-    if (legal) list[n++] = {man, from, doubleStep};
+    const Bitboard before = occupied ^ squareMask[m.square] ^ squareMask[from];
+    if ((keepsLines[man] & squareMask[from]) && !AttacksFrom(m.type, m.side, from, king, before))
+      list[n++] = {man, from, doubleStep};
   };
   for (int i = 0; i < p.count; i++) {
     const Man& m = p.man[i];

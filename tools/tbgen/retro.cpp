@@ -88,37 +88,46 @@ static int EpCapturesValue(const Men& p, int epSquare, bool* any) {
   return best;
 }
 
+// A move inside the table settles nothing yet, so once one is known legal the others are not
+// tested: only conversions and the double steps that give an en-passant right are.
 static void FirstPass(uint64_t begin, uint64_t end) {
   const int side = passSide;
   MenMove moves[MaxMenMoves];
   for (uint64_t index = begin; index < end; index++) {
     Men p;
     if (!DecodeWork(index, side, &p)) continue;
-    const int n = GenerateMenMoves(p, moves);
+    const int n = GeneratePseudoMenMoves(p, moves);
+    const Bitboard toTest = MenToTest(p);
+    auto legal = [&](const MenMove& m) { return !(toTest & squareMask[p.man[m.man].square]) || MenMoveLegal(p, m); };
     uint8_t& v = values[side][index];
-    if (n == 0) {
-      v = MenInCheck(p) ? LossValue(0) : 0;
-      continue;
-    }
     int best = LossValue(0), inTable = 0;
+    bool any = false;
     for (int i = 0; i < n; i++) {
-      if (IsConversion(moves[i])) {
-        best = Better(best, Negate(ConvertedValue(p, moves[i])));
+      const MenMove& m = moves[i];
+      if (IsConversion(m)) {
+        if (!legal(m)) continue;
+        any = true;
+        best = Better(best, Negate(ConvertedValue(p, m)));
         continue;
       }
-      const int ep = EpRightAfter(p, moves[i]);
-      const Men after = MenAfter(p, moves[i]);
+      const int ep = EpRightAfter(p, m);
+      if (ep < 0 && inTable) continue;
+      if (!legal(m)) continue;
+      any = true;
+      const Men after = MenAfter(p, m);
       MenMove replies[MaxMenMoves];
       if (ep < 0 || GenerateMenMoves(after, replies) > 0) {
         inTable++;
         continue;
       }
       // The opponent's only moves are en-passant captures: the value is known now.
-      bool any;
-      const int captures = EpCapturesValue(after, ep, &any);
-      best = Better(best, Negate(Better(MenInCheck(after) ? LossValue(0) : 0, captures)));
+      bool captures;
+      const int value = EpCapturesValue(after, ep, &captures);
+      best = Better(best, Negate(Better(MenInCheck(after) ? LossValue(0) : 0, value)));
     }
-    if (inTable == 0) {
+    if (!any) {
+      v = MenInCheck(p) ? LossValue(0) : 0;
+    } else if (inTable == 0) {
       v = uint8_t(best);
       NeedLevel(Distance(best) + 1);
     } else if (IsWin(best)) {

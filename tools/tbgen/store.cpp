@@ -16,6 +16,8 @@ const char* tableDirectory = ".";
 
 // Worker threads read tables as they need them: the first to need one loads it under the lock.
 static std::atomic<int8_t*> loaded[TableCount][2];
+// A side that could not be read is not tried again (nor reported again) until ReleaseTables.
+static std::atomic<bool> unreadable[TableCount][2];
 
 const char* TableFileName(int table, int side) {
   static char name[4096];
@@ -93,11 +95,13 @@ static int8_t* ReadTableSide(int table, int side) {
 
 const int8_t* LoadTableSide(int table, int side) {
   if (const int8_t* bytes = loaded[table][side].load(std::memory_order_acquire)) return bytes;
+  if (unreadable[table][side]) return nullptr;
   LockWorkers();
   int8_t* bytes = loaded[table][side].load(std::memory_order_acquire);
-  if (!bytes) {
+  if (!bytes && !unreadable[table][side]) {
     bytes = ReadTableSide(table, side);
     loaded[table][side].store(bytes, std::memory_order_release);
+    unreadable[table][side] = !bytes;
   }
   UnlockWorkers();
   return bytes;
@@ -106,6 +110,8 @@ const int8_t* LoadTableSide(int table, int side) {
 void ReleaseTables() {
   for (auto& table : loaded)
     for (std::atomic<int8_t*>& side : table) free(side.exchange(nullptr));
+  for (auto& table : unreadable)
+    for (std::atomic<bool>& side : table) side = false;
 }
 
 bool StoredValue(const Men& p, int epSquare, int* value) {
