@@ -56,20 +56,25 @@ bool ReadAt(FILE* file, uint32_t offset, void* buffer, size_t length) {
   return fseek(file, long(offset), SEEK_SET) == 0 && fread(buffer, 1, length, file) == length;
 }
 
-bool LoadBlock(const TableDescriptor& t, int side, uint32_t block, uint8_t* out) {
-  const uint32_t entries = EntriesInBlock(t.count[side], block);
-  const CompressedTable* c = t.compressed[side];
-  if (!c) return ReadAt(t.file[side], block * uint32_t(TableBlockBytes), out, entries);
-  const uint32_t start = c->offsets[block];
-  const uint32_t length = c->offsets[block + 1] - start;
-  // The whole block, check word included, goes through the decode block: the cache slot has no
-  // room for the word, and a block is trusted only once its entries match it.
-  if (!decodeBlock || !ReadAt(t.file[side], start, decodeBlock, length)) return false;
+// The whole block, check word included, goes through `scratch` (DecodeBlockBytes): the cache
+// slot has no room for the word, and a block is trusted only once its entries match it.
+bool DecodeBlockOf(FILE* file, const CompressedTable& c, uint32_t count, uint32_t block, uint8_t* scratch,
+                   uint8_t* out) {
+  const uint32_t entries = EntriesInBlock(count, block);
+  const uint32_t start = c.offsets[block];
+  const uint32_t length = c.offsets[block + 1] - start;
+  if (!ReadAt(file, start, scratch, length)) return false;
   const uint32_t payload = length - BlockCheckBytes;
-  const uint32_t check = uint32_t(GetLittleEndian(decodeBlock + payload, BlockCheckBytes));
-  if (payload == entries) memcpy(out, decodeBlock, entries);
-  else if (!DecodeTableBlock(decodeBlock, payload, out, entries)) return false;
+  const uint32_t check = uint32_t(GetLittleEndian(scratch + payload, BlockCheckBytes));
+  if (payload == entries) memcpy(out, scratch, entries);
+  else if (!DecodeTableBlock(scratch, payload, out, entries)) return false;
   return BlockChecksum(out, entries) == check;
+}
+
+bool LoadBlock(const TableDescriptor& t, int side, uint32_t block, uint8_t* out) {
+  const CompressedTable* c = t.compressed[side];
+  if (!c) return ReadAt(t.file[side], block * uint32_t(TableBlockBytes), out, EntriesInBlock(t.count[side], block));
+  return decodeBlock && DecodeBlockOf(t.file[side], *c, t.count[side], block, decodeBlock, out);
 }
 
 int FileSize(FILE* file) {
@@ -151,6 +156,13 @@ CompressedTable* OpenCompressedTable(FILE* file, const char* name, uint32_t coun
 }
 
 void FreeCompressedTable(CompressedTable* table) { free(table); }
+
+bool ReadWholeCompressedTable(FILE* file, const CompressedTable* table, uint32_t count, uint8_t* out) {
+  uint8_t scratch[DecodeBlockBytes];
+  for (uint32_t b = 0; b < table->blockCount; b++)
+    if (!DecodeBlockOf(file, *table, count, b, scratch, out + size_t(b) * TableBlockBytes)) return false;
+  return true;
+}
 
 int AllocateDecodeBlock() {
   if (decodeBlock) return 0;

@@ -35,6 +35,9 @@ extern size_t tablebaseMemory;
 // "*** <name> corrupted") and returns null; the caller keeps ownership of `file` either way.
 CompressedTable* OpenCompressedTable(FILE* file, const char* name, uint32_t count);
 void FreeCompressedTable(CompressedTable* table);
+// Decodes every block of a validated ".emd" file into `out` (room for `count` entries), checking
+// each against its check word: for programs that hold a whole side in memory. Needs no cache.
+bool ReadWholeCompressedTable(FILE* file, const CompressedTable* table, uint32_t count, uint8_t* out);
 
 // Allocates the decode block once some compressed file is registered: 0, or the error code.
 int AllocateDecodeBlock();

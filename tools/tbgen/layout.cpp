@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "board/bitboard.h"
 #include "board/fen.h"
 #include "tablebases/catalogue.h"
 
@@ -69,6 +70,14 @@ void SetUpLayout(int table) {
     const Man& previous = w.shape.man[i - 1];
     w.likeStart[i] = i > 2 && previous.type == m.type && previous.side == m.side ? w.likeStart[i - 1] : i;
   }
+  for (int i = w.shape.count - 1; i >= 2; i--)
+    w.likeEnd[i] = i + 1 < w.shape.count && w.likeStart[i + 1] == w.likeStart[i] ? w.likeEnd[i + 1] : i;
+  w.likeStart[1] = w.likeEnd[1] = 1;
+  uint64_t weight = 1;
+  for (int i = w.shape.count - 1; i >= 1; i--) {
+    w.weight[i] = weight;
+    weight *= i >= 2 ? w.radix[i] : 64;
+  }
 }
 
 static uint64_t IndexUnder(const Men& p, int t) {
@@ -99,6 +108,85 @@ uint64_t WorkIndex(const Men& p) {
   return best;
 }
 
+// The slot of the stronger king on a square its symmetry has brought into its region.
+static int StrongKingSlot(int square) { return layout.pawns ? RankOf(square) * 4 + FileOf(square) : TriangleSlot(square); }
+
+// A man's digit: its square as the symmetry places it, pawns counted from rank 2.
+static int Digit(int man, int square) { return layout.radix[man] == 48 && man >= 2 ? square - 8 : square; }
+
+// The share of a run of like men [first, last] in the index: their digits ascending, each at the
+// weight of its place.
+static uint64_t LikeTerm(int first, int last, const int* digit) {
+  int sorted[MaxMen];
+  for (int i = first; i <= last; i++) {
+    int j = i;
+    for (; j > first && sorted[j - 1] > digit[i]; j--) sorted[j] = sorted[j - 1];
+    sorted[j] = digit[i];
+  }
+  uint64_t term = 0;
+  for (int i = first; i <= last; i++) term += uint64_t(sorted[i]) * layout.weight[i];
+  return term;
+}
+
+void SplitIndex(const Men& p, IndexTerms* terms) {
+  const int king = p.man[0].square;
+  if (layout.pawns) {
+    terms->symmetries = 1;
+    terms->symmetry[0] = FileOf(king) > 3 ? 1 : 0;
+  } else {
+    terms->symmetries = kingSymmetryCount[king];
+    terms->symmetry[0] = kingSymmetries[king][0];
+    terms->symmetry[1] = kingSymmetries[king][1];
+  }
+  for (int k = 0; k < terms->symmetries; k++) {
+    const int t = terms->symmetry[k];
+    int* digit = terms->digit[k];
+    for (int i = 1; i < p.count; i++) digit[i] = Digit(i, transformed[t][p.man[i].square]);
+    uint64_t index = uint64_t(StrongKingSlot(transformed[t][king])) * 64 * layout.weight[1];
+    for (int i = 1; i < p.count; i++)
+      if (layout.likeStart[i] == i) {
+        terms->likeTerm[k][i] = LikeTerm(i, layout.likeEnd[i], digit);
+        index += terms->likeTerm[k][i];
+      }
+    terms->index[k] = index;
+  }
+}
+
+uint64_t WorkIndexMoved(const Men& p, const IndexTerms& terms, int man, int square) {
+  if (man == 0) {
+    // The stronger king keeps its one symmetry as long as it stays within the same region of
+    // the board (half of it with pawns, one eighth without, off the diagonals): then only its
+    // slot changes.
+    const int from = p.man[0].square;
+    const bool same = layout.pawns ? (FileOf(from) > 3) == (FileOf(square) > 3)
+                                   : kingSymmetryCount[from] == 1 && kingSymmetryCount[square] == 1 &&
+                                         kingSymmetries[from][0] == kingSymmetries[square][0];
+    if (!same) {
+      Men moved = p;
+      moved.man[0].square = square;
+      return WorkIndex(moved);
+    }
+    const int t = terms.symmetry[0];
+    return terms.index[0] + (uint64_t(StrongKingSlot(transformed[t][square])) - uint64_t(StrongKingSlot(transformed[t][from]))) *
+                                64 * layout.weight[1];
+  }
+  const int first = layout.likeStart[man], last = layout.likeEnd[man];
+  uint64_t best = ~uint64_t(0);
+  for (int k = 0; k < terms.symmetries; k++) {
+    const int digit = Digit(man, transformed[terms.symmetry[k]][square]);
+    uint64_t index;
+    if (first == last) {
+      index = terms.index[k] + (uint64_t(digit) - uint64_t(terms.digit[k][man])) * layout.weight[man];
+    } else {
+      int digits[MaxMen];
+      for (int i = first; i <= last; i++) digits[i] = i == man ? digit : terms.digit[k][i];
+      index = terms.index[k] - terms.likeTerm[k][first] + LikeTerm(first, last, digits);
+    }
+    if (index < best) best = index;
+  }
+  return best;
+}
+
 bool InLayout(const Men& p) {
   if (p.count != layout.shape.count) return false;
   for (int i = 0; i < p.count; i++)
@@ -106,7 +194,7 @@ bool InLayout(const Men& p) {
   return true;
 }
 
-bool DecodeWork(uint64_t index, int side, Men* out) {
+Men MenOfWorkIndex(uint64_t index, int side) {
   const WorkLayout& w = layout;
   Men p = w.shape;
   p.toMove = side == 0 ? White : Black;
@@ -119,6 +207,12 @@ bool DecodeWork(uint64_t index, int side, Men* out) {
   p.man[1].square = int(rest % 64);
   const int slot = int(rest / 64);
   p.man[0].square = w.pawns ? (slot / 4) * 8 + slot % 4 : triangleSquare[slot];
+  return p;
+}
+
+bool DecodeWork(uint64_t index, int side, Men* out) {
+  const WorkLayout& w = layout;
+  const Men p = MenOfWorkIndex(index, side);
   Bitboard seen = 0;
   for (int i = 0; i < p.count; i++) {
     if (seen & squareMask[p.man[i].square]) return false;
@@ -136,21 +230,17 @@ bool DecodeWork(uint64_t index, int side, Men* out) {
   return true;
 }
 
-// The men of a decoded published entry in the working layout's order: like men take the
-// squares of their type in ascending order, which the layout sorts anyway.
-bool MenOfTablePosition(const TablePosition& t, int side, Men* out) {
+// Like men take the squares of their type in ascending order, which the layout sorts anyway.
+bool MenOfTableMen(const TableMen& t, int side, Men* out) {
   Men p = layout.shape;
   p.toMove = side == 0 ? White : Black;
-  Bitboard used = 0;
+  Bitboard left[2][7];
+  memcpy(left, t.men, sizeof left);
   for (int i = 0; i < p.count; i++) {
-    const int* squares = p.man[i].side == White ? t.strong : t.weak;
-    int s = 0;
-    while (s < 64 && (squares[s] != p.man[i].type || (used & squareMask[s]))) s++;
-    if (s == 64) return false;
-    used |= squareMask[s];
-    p.man[i].square = s;
+    Bitboard& squares = left[p.man[i].side == White ? 0 : 1][p.man[i].type];
+    if (!squares) return false;
+    p.man[i].square = PopLowest(squares);
   }
   *out = p;
   return !MenIllegal(p);
 }
-

@@ -13,7 +13,7 @@
 
 #include <cstdint>
 
-#include "tablebases/index.h"
+#include "tablebases/layout.h"
 #include "tools/tbgen/men.h"
 
 struct WorkLayout {
@@ -22,6 +22,8 @@ struct WorkLayout {
   Men shape;               // the table's men, squares unset
   int radix[MaxMen];       // per man from 2 on
   int likeStart[MaxMen];   // first man of each man's run of like men
+  int likeEnd[MaxMen];     // and its last
+  uint64_t weight[MaxMen]; // per man from 1 on: what one step of its digit adds to the index
   uint64_t size;           // entries per side
 };
 
@@ -30,16 +32,33 @@ extern WorkLayout layout;
 // Sets `layout` up for a table of the catalogue.
 void SetUpLayout(int table);
 uint64_t WorkIndex(const Men& p);
+
+// The index of a position split into per-man terms under each symmetry that may give its
+// canonical index, so that the index of a position one man's step away costs a few look-ups:
+// the retrograde loops index every move and un-move of every position they visit.
+struct IndexTerms {
+  int symmetries;               // 1, or 2 with the stronger king on a diagonal (no pawns)
+  int symmetry[2];
+  uint64_t index[2];            // the whole index under each
+  int digit[2][MaxMen];         // each man's digit under each, before like men are sorted
+  uint64_t likeTerm[2][MaxMen]; // per first man of a run of like men: the run's share
+};
+void SplitIndex(const Men& p, IndexTerms* terms);
+// WorkIndex of `p` with man `man` on `square` instead (side to move left aside: it is no part
+// of the index).
+uint64_t WorkIndexMoved(const Men& p, const IndexTerms& terms, int man, int square);
 // True when `p` holds the men of the layout's table, in its order (no capture or promotion
 // since a position of the table).
 bool InLayout(const Men& p);
 // The position of an index and side (0: the stronger side to move); false when the index is not
 // canonical or stands for no legal position.
 bool DecodeWork(uint64_t index, int side, Men* out);
+// The men of an index known to be canonical and legal (one that holds a value), unchecked.
+Men MenOfWorkIndex(uint64_t index, int side);
 
 // The men of a table name such as "krpkr": White's king, Black's king, White's men, Black's.
 bool MenOfName(const char* name, Men* out);
 
-// The men of a decoded entry of the table `layout` is set up for, side 0 or 1 to move; false
-// when the entry stands for no legal position.
-bool MenOfTablePosition(const TablePosition& t, int side, Men* out);
+// The men of a decoded published entry of the table `layout` is set up for, side 0 or 1 to
+// move; false when the entry stands for no legal position.
+bool MenOfTableMen(const TableMen& t, int side, Men* out);

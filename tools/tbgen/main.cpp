@@ -225,14 +225,14 @@ static int Compress(int argc, char** argv) {
   uint64_t plain = 0, compressed = 0;
   bool ok = true;
   for (int i = 0; i < argc; i++)
-    if (!TableOfName(argv[i]) || !TableFilesPresent(TableOfName(argv[i]))) {
+    if (!TableOfName(argv[i]) || !PlainFilesPresent(TableOfName(argv[i]))) {
       fprintf(stderr, "%s: no such table in %s\n", argv[i], tableDirectory);
       ok = false;
     }
   for (int t = 1; t < TableCount && ok; t++) {
     bool named = argc == 0;
     for (int i = 0; i < argc; i++) named |= strcmp(argv[i], tableCatalogue[t].name) == 0;
-    if (named && TableFilesPresent(t)) ok = CompressTable(t, &plain, &compressed);
+    if (named && PlainFilesPresent(t)) ok = CompressTable(t, &plain, &compressed);
   }
   if (compressed) printf("total: %llu -> %llu bytes, %.2f : 1\n", (unsigned long long)plain, (unsigned long long)compressed,
                          double(plain) / double(compressed));

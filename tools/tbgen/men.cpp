@@ -1,6 +1,7 @@
 #include "tools/tbgen/men.h"
 
 #include "board/bitboard.h"
+#include "board/position.h"
 
 Bitboard Occupancy(const Men& p) {
   Bitboard occupied = 0;
@@ -8,38 +9,51 @@ Bitboard Occupancy(const Men& p) {
   return occupied;
 }
 
-// Squares a man attacks on an empty board; sliders are then cut by betweenMask.
-static Bitboard EmptyBoardAttacks(int type, int side, int square) {
-  switch (type) {
-    case Pawn: return pawnAttacks[side][square];
-    case Knight: return knightAttacks[square];
-    case King: return kingAttacks[square];
-    default: break;
-  }
-  Bitboard b = 0;
-  if (type != Bishop) b |= rankAttacks[square][0] | fileAttacks[square][0];
-  if (type != Rook) b |= diagonalAttacks[square].attacksA1H8[0] | diagonalAttacks[square].attacksH1A8[0];
-  return b;
-}
-
 static bool Slides(int type) { return type == Bishop || type == Rook || type == Queen; }
 
-static Bitboard Attacks(const Man& m, Bitboard occupied) {
-  Bitboard targets = EmptyBoardAttacks(m.type, m.side, m.square);
-  if (!Slides(m.type)) return targets;
-  Bitboard reached = 0;
-  for (Bitboard b = targets; b;) {
-    const int to = PopLowest(b);
-    if (!(betweenMask[m.square][to] & occupied)) reached |= squareMask[to];
+// Whether a man on `from` attacks `to` on an empty board; sliders by the line between the two
+// squares, which costs one look-up where their attack sets would cost several.
+static bool Reaches(int type, int side, int from, int to) {
+  switch (type) {
+    case Pawn: return (pawnAttacks[side][from] & squareMask[to]) != 0;
+    case Knight: return (knightAttacks[from] & squareMask[to]) != 0;
+    case King: return (kingAttacks[from] & squareMask[to]) != 0;
+    default: break;
   }
-  return reached;
+  const int d = direction[from][to];
+  if (d == 0 || type == Queen) return d != 0;
+  return (d == 1 || d == -1 || d == 8 || d == -8) == (type == Rook);
+}
+
+// The four occupancies the rotated attack tables read, for the men as they stand.
+static OccupancyMasks MenOccupancy(const Men& p) {
+  OccupancyMasks o = {0, 0, 0, 0};
+  for (int i = 0; i < p.count; i++) {
+    const OccupancyMasks& m = occupancyMask[p.man[i].square];
+    o.normal |= m.normal;
+    o.r90 |= m.r90;
+    o.a1h8 |= m.a1h8;
+    o.h1a8 |= m.h1a8;
+  }
+  return o;
+}
+
+static Bitboard Attacks(const Man& m, const OccupancyMasks& o) {
+  switch (m.type) {
+    case Pawn: return pawnAttacks[m.side][m.square];
+    case Knight: return knightAttacks[m.square];
+    case Bishop: return BishopAttacks(m.square, o);
+    case Rook: return RookAttacks(m.square, o);
+    case Queen: return BishopAttacks(m.square, o) | RookAttacks(m.square, o);
+    default: return kingAttacks[m.square];
+  }
 }
 
 bool MenAttacked(const Men& p, int square, int bySide, Bitboard occupied, int ignore) {
   for (int i = 0; i < p.count; i++) {
     const Man& m = p.man[i];
     if (i == ignore || m.side != bySide || m.square == square) continue;
-    if (!(EmptyBoardAttacks(m.type, m.side, m.square) & squareMask[square])) continue;
+    if (!Reaches(m.type, m.side, m.square, square)) continue;
     if (!Slides(m.type) || !(betweenMask[m.square][square] & occupied)) return true;
   }
   return false;
@@ -54,13 +68,13 @@ bool MenIllegal(const Men& p) {
 
 bool MenInCheck(const Men& p) { return MenAttacked(p, KingSquare(p, p.toMove), p.toMove ^ 1, Occupancy(p)); }
 
+// The men stay where they were: MenAttacked looks at the enemy's alone, the captured one left out.
 bool MenMoveLegal(const Men& p, const MenMove& m) {
-  Men after = p;
-  after.man[m.man].square = m.to;
-  Bitboard occupied = Occupancy(after);
+  Bitboard occupied = (Occupancy(p) & ~squareMask[p.man[m.man].square]) | squareMask[m.to];
   // An en-passant victim does not stand on the destination: its square empties too.
   if (m.captured >= 0 && p.man[m.captured].square != m.to) occupied &= ~squareMask[p.man[m.captured].square];
-  return !MenAttacked(after, KingSquare(after, p.toMove), p.toMove ^ 1, occupied, m.captured);
+  const int king = p.man[m.man].type == King ? m.to : KingSquare(p, p.toMove);
+  return !MenAttacked(p, king, p.toMove ^ 1, occupied, m.captured);
 }
 
 static int ManOn(const Men& p, int square) {
@@ -91,15 +105,21 @@ static Bitboard MenToTest(const Men& p, Bitboard occupied) {
   Bitboard test = squareMask[king];
   for (int i = 0; i < p.count; i++) {
     const Man& m = p.man[i];
-    if (m.side != p.toMove && Slides(m.type) && (EmptyBoardAttacks(m.type, m.side, m.square) & squareMask[king]))
+    if (m.side != p.toMove && Slides(m.type) && Reaches(m.type, m.side, m.square, king))
       test |= betweenMask[m.square][king] & occupied;
   }
   return test;
 }
 
+Bitboard MenToTest(const Men& p) { return MenToTest(p, Occupancy(p)); }
+
 static int GenerateMoves(const Men& p, MenMove* list, bool legal) {
-  const Bitboard occupied = Occupancy(p);
+  const OccupancyMasks o = MenOccupancy(p);
+  const Bitboard occupied = o.normal;
   const Bitboard toTest = legal ? MenToTest(p, occupied) : 0;
+  Bitboard enemies = 0;
+  for (int i = 0; i < p.count; i++)
+    if (p.man[i].side != p.toMove && p.man[i].type != King) enemies |= squareMask[p.man[i].square];
   int n = 0;
   for (int i = 0; i < p.count; i++) {
     const Man& m = p.man[i];
@@ -114,19 +134,17 @@ static int GenerateMoves(const Men& p, MenMove* list, bool legal) {
         if (RankOf(m.square) == startRank && !(occupied & squareMask[one + step]))
           n = Add(p, list, n, {i, one + step, -1, 0, true}, test);
       }
-      for (Bitboard b = pawnAttacks[m.side][m.square] & occupied; b;) {
+      for (Bitboard b = pawnAttacks[m.side][m.square] & enemies; b;) {
         const int to = PopLowest(b);
-        const int victim = ManOn(p, to);
-        if (p.man[victim].side != m.side) n = AddPawnMove(p, list, n, i, to, victim, test);
+        n = AddPawnMove(p, list, n, i, to, ManOn(p, to), test);
       }
       continue;
     }
-    for (Bitboard b = Attacks(m, occupied); b;) {
+    const Bitboard targets = Attacks(m, o);
+    for (Bitboard b = targets & ~occupied; b;) n = Add(p, list, n, {i, PopLowest(b), -1, 0, false}, test);
+    for (Bitboard b = targets & enemies; b;) {
       const int to = PopLowest(b);
-      const int victim = ManOn(p, to);
-      if (victim < 0) n = Add(p, list, n, {i, to, -1, 0, false}, test);
-      else if (p.man[victim].side != m.side && p.man[victim].type != King)
-        n = Add(p, list, n, {i, to, victim, 0, false}, test);
+      n = Add(p, list, n, {i, to, ManOn(p, to), 0, false}, test);
     }
   }
   return n;
@@ -169,13 +187,44 @@ int EpRightAfter(const Men& p, const MenMove& m) {
   return -1;
 }
 
+// Whether a man of `side` and `type` on `from` attacks `target` through `occupied`.
+static bool AttacksFrom(int type, int side, int from, int target, Bitboard occupied) {
+  if (!Reaches(type, side, from, target)) return false;
+  return !Slides(type) || !(betweenMask[from][target] & occupied);
+}
+
+// An un-move is legal when, before it, the king of the side to move in `p` is not attacked. Only
+// three things can attack it then: the man moved, from the square it came from; a slider whose
+// one blocker on its line to the king was that man; and a man giving check now, unless the man
+// moved came from a square of its line. Each is a look-up per un-move, where building the position
+// before and testing it in full costs a loop over every man.
 int GenerateMenUnmoves(const Men& p, MenUnmove* list) {
-  const Bitboard occupied = Occupancy(p);
+  const OccupancyMasks o = MenOccupancy(p);
+  const Bitboard occupied = o.normal;
   const int mover = p.toMove ^ 1;
+  const int king = KingSquare(p, p.toMove);
+  // Per man of the mover: the squares it may have come from that leave no line open to the king.
+  Bitboard keepsLines[MaxMen];
+  for (int i = 0; i < p.count; i++) keepsLines[i] = ~Bitboard(0);
+  for (int j = 0; j < p.count; j++) {
+    const Man& a = p.man[j];
+    if (a.side != mover || !Reaches(a.type, a.side, a.square, king)) continue;
+    const Bitboard line = Slides(a.type) ? betweenMask[a.square][king] : 0;
+    const Bitboard blockers = line & occupied;
+    if (!blockers) {
+      for (int i = 0; i < p.count; i++)
+        if (i != j) keepsLines[i] &= line;
+    } else if (!(blockers & (blockers - 1))) {
+      const int blocker = ManOn(p, LowestBit(blockers));
+      if (p.man[blocker].side == mover) keepsLines[blocker] &= line;
+    }
+  }
   int n = 0;
   auto add = [&](int man, int from, bool doubleStep) {
-    Men before = MenBefore(p, {man, from, doubleStep});
-    if (!MenIllegal(before)) list[n++] = {man, from, doubleStep};
+    const Man& m = p.man[man];
+    const Bitboard before = occupied ^ squareMask[m.square] ^ squareMask[from];
+    if ((keepsLines[man] & squareMask[from]) && !AttacksFrom(m.type, m.side, from, king, before))
+      list[n++] = {man, from, doubleStep};
   };
   for (int i = 0; i < p.count; i++) {
     const Man& m = p.man[i];
@@ -190,7 +239,7 @@ int GenerateMenUnmoves(const Men& p, MenUnmove* list) {
       if (RankOf(m.square) == fourth && !(occupied & squareMask[one + step])) add(i, one + step, true);
       continue;
     }
-    for (Bitboard b = Attacks(m, occupied) & ~occupied; b;) add(i, PopLowest(b), false);
+    for (Bitboard b = Attacks(m, o) & ~occupied; b;) add(i, PopLowest(b), false);
   }
   return n;
 }

@@ -51,6 +51,9 @@ bool MenInCheck(const Men& p);
 int GenerateMenMoves(const Men& p, MenMove* list);
 // The same moves before the test that the mover's king is left safe (MenMoveLegal).
 int GeneratePseudoMenMoves(const Men& p, MenMove* list);
+// The squares of the men whose moves need that test: every man when in check, else the king and
+// the men that may be pinned. A move of any other man is legal.
+Bitboard MenToTest(const Men& p);
 // The legal en-passant captures when the side to move may take on `epSquare`.
 int GenerateMenEpCaptures(const Men& p, int epSquare, MenMove* list);
 // The position after a legal move that neither captures nor promotes (its side to move flipped).

@@ -88,37 +88,46 @@ static int EpCapturesValue(const Men& p, int epSquare, bool* any) {
   return best;
 }
 
+// A move inside the table settles nothing yet, so once one is known legal the others are not
+// tested: only conversions and the double steps that give an en-passant right are.
 static void FirstPass(uint64_t begin, uint64_t end) {
   const int side = passSide;
   MenMove moves[MaxMenMoves];
   for (uint64_t index = begin; index < end; index++) {
     Men p;
     if (!DecodeWork(index, side, &p)) continue;
-    const int n = GenerateMenMoves(p, moves);
+    const int n = GeneratePseudoMenMoves(p, moves);
+    const Bitboard toTest = MenToTest(p);
+    auto legal = [&](const MenMove& m) { return !(toTest & squareMask[p.man[m.man].square]) || MenMoveLegal(p, m); };
     uint8_t& v = values[side][index];
-    if (n == 0) {
-      v = MenInCheck(p) ? LossValue(0) : 0;
-      continue;
-    }
     int best = LossValue(0), inTable = 0;
+    bool any = false;
     for (int i = 0; i < n; i++) {
-      if (IsConversion(moves[i])) {
-        best = Better(best, Negate(ConvertedValue(p, moves[i])));
+      const MenMove& m = moves[i];
+      if (IsConversion(m)) {
+        if (!legal(m)) continue;
+        any = true;
+        best = Better(best, Negate(ConvertedValue(p, m)));
         continue;
       }
-      const int ep = EpRightAfter(p, moves[i]);
-      const Men after = MenAfter(p, moves[i]);
+      const int ep = EpRightAfter(p, m);
+      if (ep < 0 && inTable) continue;
+      if (!legal(m)) continue;
+      any = true;
+      const Men after = MenAfter(p, m);
       MenMove replies[MaxMenMoves];
       if (ep < 0 || GenerateMenMoves(after, replies) > 0) {
         inTable++;
         continue;
       }
       // The opponent's only moves are en-passant captures: the value is known now.
-      bool any;
-      const int captures = EpCapturesValue(after, ep, &any);
-      best = Better(best, Negate(Better(MenInCheck(after) ? LossValue(0) : 0, captures)));
+      bool captures;
+      const int value = EpCapturesValue(after, ep, &captures);
+      best = Better(best, Negate(Better(MenInCheck(after) ? LossValue(0) : 0, value)));
     }
-    if (inTable == 0) {
+    if (!any) {
+      v = MenInCheck(p) ? LossValue(0) : 0;
+    } else if (inTable == 0) {
       v = uint8_t(best);
       NeedLevel(Distance(best) + 1);
     } else if (IsWin(best)) {
@@ -140,12 +149,14 @@ static int WithEpCaptures(const Men& after, int epSquare, int stored) {
 static void MarkWins(const Men& lost, int level) {
   MenUnmove unmoves[MaxMenMoves];
   const int n = GenerateMenUnmoves(lost, unmoves);
+  IndexTerms terms;
+  SplitIndex(lost, &terms);
+  uint8_t* winner = values[SideOf(lost) ^ 1];
   for (int i = 0; i < n; i++) {
-    const Men before = MenBefore(lost, unmoves[i]);
     int win = WinValue(level);
     if (unmoves[i].doubleStep) {
       const MenMove step = {unmoves[i].man, lost.man[unmoves[i].man].square, -1, 0, true};
-      const int ep = EpRightAfter(before, step);
+      const int ep = EpRightAfter(MenBefore(lost, unmoves[i]), step);
       if (ep >= 0) {
         const int opponent = WithEpCaptures(lost, ep, LossValue(level - 1));
         if (!IsLoss(opponent)) continue;
@@ -153,7 +164,7 @@ static void MarkWins(const Men& lost, int level) {
         NeedLevel(win);
       }
     }
-    uint8_t* v = &ValueOf(before);
+    uint8_t* v = &winner[WorkIndexMoved(lost, terms, unmoves[i].man, unmoves[i].from)];
     uint8_t seen = __atomic_load_n(v, __ATOMIC_RELAXED);
     while ((seen == 0 || (IsWin(seen) && seen > win)) &&
            !__atomic_compare_exchange_n(v, &seen, uint8_t(win), true, __ATOMIC_RELAXED, __ATOMIC_RELAXED)) {
@@ -164,10 +175,11 @@ static void MarkWins(const Men& lost, int level) {
 static void MarkCandidates(const Men& won) {
   MenUnmove unmoves[MaxMenMoves];
   const int n = GenerateMenUnmoves(won, unmoves);
+  IndexTerms terms;
+  SplitIndex(won, &terms);
+  const int side = SideOf(won) ^ 1;
   for (int i = 0; i < n; i++) {
-    const Men before = MenBefore(won, unmoves[i]);
-    const int side = SideOf(before);
-    const uint64_t index = WorkIndex(before);
+    const uint64_t index = WorkIndexMoved(won, terms, unmoves[i].man, unmoves[i].from);
     if (values[side][index] == 0) MarkCandidate(side, index);
   }
 }
@@ -178,25 +190,33 @@ static void MarkCandidates(const Men& won) {
 static int CandidateLoss(const Men& p, uint64_t index, int level) {
   MenMove moves[MaxMenMoves];
   const int n = GeneratePseudoMenMoves(p, moves);
+  IndexTerms terms;
+  SplitIndex(p, &terms);
+  const uint8_t* opponentValues = values[SideOf(p) ^ 1];
   int slowest = 0, waitFor = 0;
+  Bitboard toTest = 0;
+  bool testsKnown = false;
+  auto legal = [&](const MenMove& m) {
+    if (!testsKnown) toTest = MenToTest(p), testsKnown = true;
+    return !(toTest & squareMask[p.man[m.man].square]) || MenMoveLegal(p, m);
+  };
   for (int i = 0; i < n; i++) {
     int opponent;
     if (IsConversion(moves[i])) {
-      if (!MenMoveLegal(p, moves[i])) continue;
+      if (!legal(moves[i])) continue;
       opponent = ConvertedValue(p, moves[i]);
       if (!IsWin(opponent)) return 0;
     } else {
-      const Men after = MenAfter(p, moves[i]);
-      const int stored = ValueOf(after);
+      const int stored = opponentValues[WorkIndexMoved(p, terms, moves[i].man, moves[i].to)];
       const bool settled = IsWin(stored) && stored <= level;
       const int ep = EpRightAfter(p, moves[i]);
       if (!settled && ep < 0) {
-        if (MenMoveLegal(p, moves[i])) return 0;
+        if (legal(moves[i])) return 0;
         continue;
       }
-      if (!MenMoveLegal(p, moves[i])) continue;
+      if (!legal(moves[i])) continue;
       bool any = false;
-      const int captures = ep >= 0 ? EpCapturesValue(after, ep, &any) : 0;
+      const int captures = ep >= 0 ? EpCapturesValue(MenAfter(p, moves[i]), ep, &any) : 0;
       if (settled) {
         opponent = any ? Better(stored, captures) : stored;
       } else if (any && IsWin(captures)) {
@@ -242,9 +262,7 @@ static void ScanChunk(uint64_t begin, uint64_t end) {
       }
     }
     if (v[index] != scanValue) continue;
-    Men p;
-    DecodeWork(index, passSide, &p);
-    scanVisit(p, passLevel);
+    scanVisit(MenOfWorkIndex(index, passSide), passLevel);
   }
 }
 
@@ -268,8 +286,9 @@ static void SettleChunk(uint64_t begin, uint64_t end) {
     while (bits) {
       const uint64_t index = w * 64 + __builtin_ctzll(bits);
       bits &= bits - 1;
-      Men p;
-      if (values[side][index] != 0 || !DecodeWork(index, side, &p)) continue;
+      // A candidate was marked from a legal position by a legal un-move, at its canonical index.
+      if (values[side][index] != 0) continue;
+      const Men p = MenOfWorkIndex(index, side);
       const int loss = CandidateLoss(p, index, level);
       if (!loss) continue;
       values[side][index] = uint8_t(loss);
@@ -343,12 +362,12 @@ static bool SolvedValue(const Men& p, int epSquare, int* value) {
 static int writingSide;
 
 static int8_t PublishedByte(uint32_t index) {
-  TablePosition t;
+  TableMen t;
   Men p;
-  int v;
-  if (!DecodeTableIndex(layout.table, writingSide, index, &t) || !MenOfTablePosition(t, writingSide, &p))
+  int v, ep;
+  if (!DecodeMen(tableLayouts[layout.table][writingSide], index, &t, &ep) || !MenOfTableMen(t, writingSide, &p))
     return BrokenByte;
-  if (!SolvedValue(p, t.epSquare == NoEpSquare ? -1 : t.epSquare, &v)) {
+  if (!SolvedValue(p, ep == NoEpSquare ? -1 : ep, &v)) {
     failed = true;
     return BrokenByte;
   }

@@ -4,8 +4,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 #include "tablebases/catalogue.h"
+#include "tablebases/files.h"
+#include "tablebases/layout.h"
 #include "tools/tbgen/values.h"
 #include "tools/tbgen/workers.h"
 
@@ -13,6 +16,8 @@ const char* tableDirectory = ".";
 
 // Worker threads read tables as they need them: the first to need one loads it under the lock.
 static std::atomic<int8_t*> loaded[TableCount][2];
+// A side that could not be read is not tried again (nor reported again) until ReleaseTables.
+static std::atomic<bool> unreadable[TableCount][2];
 
 const char* TableFileName(int table, int side) {
   static char name[4096];
@@ -28,19 +33,54 @@ static long FileSize(const char* name) {
   return size;
 }
 
-bool TableFilesPresent(int table) {
+static bool Exists(const char* name) {
+  FILE* f = fopen(name, "rb");
+  if (f) fclose(f);
+  return f != nullptr;
+}
+
+static std::string CompressedName(int table, int side) { return std::string(TableFileName(table, side)) + ".emd"; }
+
+bool PlainFilesPresent(int table) {
   for (int side = 0; side < 2; side++)
     if (FileSize(TableFileName(table, side)) != long(tableCatalogue[table].count[side])) return false;
   return true;
 }
 
+// A compressed side counts as present by its name alone: reading it checks the rest, with the
+// engine's messages.
+bool TableFilesPresent(int table) {
+  for (int side = 0; side < 2; side++)
+    if (FileSize(TableFileName(table, side)) != long(tableCatalogue[table].count[side]) &&
+        !Exists(CompressedName(table, side).c_str()))
+      return false;
+  return true;
+}
+
+// The plain file when there is one, else the compressed one, decoded whole through the engine's
+// block decoder.
 static int8_t* ReadTableSide(int table, int side) {
   const char* name = TableFileName(table, side);
   const uint32_t count = tableCatalogue[table].count[side];
   FILE* f = fopen(name, "rb");
   if (!f) {
-    fprintf(stderr, "%s: cannot open\n", name);
-    return nullptr;
+    const std::string compressed = CompressedName(table, side);
+    f = fopen(compressed.c_str(), "rb");
+    if (!f) {
+      fprintf(stderr, "%s: cannot open\n", name);
+      return nullptr;
+    }
+    CompressedTable* blocks = OpenCompressedTable(f, compressed.c_str(), count);
+    int8_t* bytes = blocks ? static_cast<int8_t*>(malloc(count)) : nullptr;
+    const bool ok = bytes && ReadWholeCompressedTable(f, blocks, count, reinterpret_cast<uint8_t*>(bytes));
+    FreeCompressedTable(blocks);
+    fclose(f);
+    if (!ok) {
+      if (blocks) fprintf(stderr, "%s: %s\n", compressed.c_str(), bytes ? "a block does not decode" : "out of memory");
+      free(bytes);
+      return nullptr;
+    }
+    return bytes;
   }
   int8_t* bytes = static_cast<int8_t*>(malloc(count + 1));
   const size_t got = bytes ? fread(bytes, 1, count + 1, f) : 0;
@@ -55,11 +95,13 @@ static int8_t* ReadTableSide(int table, int side) {
 
 const int8_t* LoadTableSide(int table, int side) {
   if (const int8_t* bytes = loaded[table][side].load(std::memory_order_acquire)) return bytes;
+  if (unreadable[table][side]) return nullptr;
   LockWorkers();
   int8_t* bytes = loaded[table][side].load(std::memory_order_acquire);
-  if (!bytes) {
+  if (!bytes && !unreadable[table][side]) {
     bytes = ReadTableSide(table, side);
     loaded[table][side].store(bytes, std::memory_order_release);
+    unreadable[table][side] = !bytes;
   }
   UnlockWorkers();
   return bytes;
@@ -68,6 +110,8 @@ const int8_t* LoadTableSide(int table, int side) {
 void ReleaseTables() {
   for (auto& table : loaded)
     for (std::atomic<int8_t*>& side : table) free(side.exchange(nullptr));
+  for (auto& table : unreadable)
+    for (std::atomic<bool>& side : table) side = false;
 }
 
 bool StoredValue(const Men& p, int epSquare, int* value) {
@@ -91,10 +135,9 @@ bool StoredValue(const Men& p, int epSquare, int* value) {
   const int side = p.toMove == strongSide ? 0 : 1;
   const int8_t* bytes = LoadTableSide(table, side);
   if (!bytes) return false;
-  thread_local int squares[2][64];  // [stronger, weaker]; kept empty between calls
-  for (int i = 0; i < p.count; i++) squares[p.man[i].side == strongSide ? 0 : 1][p.man[i].square] = p.man[i].type;
-  const uint32_t index = tableCatalogue[table].index[side](squares[0], squares[1], epSquare < 0 ? NoEpSquare : epSquare, invert);
-  for (int i = 0; i < p.count; i++) squares[p.man[i].side == strongSide ? 0 : 1][p.man[i].square] = 0;
+  TableMen men = {};
+  for (int i = 0; i < p.count; i++) men.men[p.man[i].side == strongSide ? 0 : 1][p.man[i].type] |= squareMask[p.man[i].square];
+  const uint32_t index = IndexOfMen(tableLayouts[table][side], men, epSquare < 0 ? NoEpSquare : epSquare, invert);
   if (index >= tableCatalogue[table].count[side] || bytes[index] == BrokenByte) return false;
   *value = ValueOfByte(bytes[index]);
   return true;

@@ -10,10 +10,12 @@ extern const char* tableDirectory;
 
 // The file name of a table side in tableDirectory, in a static buffer.
 const char* TableFileName(int table, int side);
-// Both files exist with exactly the catalogue's sizes.
+// Both plain files exist with exactly the catalogue's sizes.
+bool PlainFilesPresent(int table);
+// Each side is there as a plain file of the catalogue's size or as a compressed ".emd" file.
 bool TableFilesPresent(int table);
-// The bytes of a table side, read once and kept; null (with a message on standard error) when the
-// file is missing or of the wrong size.
+// The bytes of a table side, plain or compressed, read once and kept; null (with a message) when
+// the file is missing, of the wrong size or does not decode.
 const int8_t* LoadTableSide(int table, int side);
 void ReleaseTables();
 

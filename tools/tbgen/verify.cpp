@@ -9,7 +9,6 @@
 #include <cstring>
 
 #include "tablebases/catalogue.h"
-#include "tablebases/index.h"
 #include "tools/tbgen/derive.h"
 #include "tools/tbgen/layout.h"
 #include "tools/tbgen/store.h"
@@ -27,11 +26,41 @@ static bool WorkingOrStored(const Men& p, int epSquare, int* value) {
   return b != BrokenByte;
 }
 
+// DerivedValue for an entry without an en-passant right, nearly every one: a successor inside
+// the table is found from the index of a man's step, not indexed afresh from its men.
+static bool DerivedInTable(const Men& p, int* value) {
+  MenMove moves[MaxMenMoves];
+  const int n = GenerateMenMoves(p, moves);
+  if (n == 0) {
+    *value = MenInCheck(p) ? LossValue(0) : 0;
+    return true;
+  }
+  IndexTerms terms;
+  SplitIndex(p, &terms);
+  const int8_t* next = working[p.toMove == White ? 1 : 0];
+  int best = LossValue(0);
+  for (int i = 0; i < n; i++) {
+    const MenMove& m = moves[i];
+    const int ep = EpRightAfter(p, m);
+    int successor;
+    if (m.captured >= 0 || m.promotion || ep >= 0) {
+      if (!WorkingOrStored(MenAfterAny(p, m), ep, &successor)) return false;
+    } else {
+      const int8_t b = next[WorkIndexMoved(p, terms, m.man, m.to)];
+      if (b == BrokenByte) return false;
+      successor = ValueOfByte(b);
+    }
+    best = Better(best, Negate(successor));
+  }
+  *value = best;
+  return true;
+}
+
 // Decodes an entry; false when it stands for no position.
 static bool Decode(int table, int side, uint32_t index, Men* p, int* epSquare) {
-  TablePosition t;
-  if (!DecodeTableIndex(table, side, index, &t) || !MenOfTablePosition(t, side, p)) return false;
-  *epSquare = t.epSquare == NoEpSquare ? -1 : t.epSquare;
+  TableMen t;
+  if (!DecodeMen(tableLayouts[table][side], index, &t, epSquare) || !MenOfTableMen(t, side, p)) return false;
+  if (*epSquare == NoEpSquare) *epSquare = -1;
   return true;
 }
 
@@ -82,7 +111,7 @@ static void DeriveChunk(uint64_t begin, uint64_t end) {
       if (b != BrokenByte) Mismatch(&checked, checkTable, side, index, b, BrokenByte);
       continue;
     }
-    if (!DerivedValue(p, ep, WorkingOrStored, &derived)) {
+    if (!(ep >= 0 ? DerivedValue(p, ep, WorkingOrStored, &derived) : DerivedInTable(p, &derived))) {
       local.readable = false;
       break;
     }
