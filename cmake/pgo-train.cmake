@@ -1,7 +1,7 @@
 # The first stage of the profile-guided build: builds the bench and perft with instrumentation in
-# TRAIN and runs them, which leaves the profile in PROFILE. Any failure is a warning and leaves no profile, so
-# that the build goes on without one. Run by CMakeLists.txt with SOURCE, TRAIN, PROFILE, CXX,
-# CXX_FLAGS, BUILD_TYPE, NATIVE and WERROR set: the objects must be compiled as the build that
+# TRAIN and runs them, which leaves the profile in PROFILE. Any failure is a warning and leaves no
+# profile, so that the build goes on without one. Run by CMakeLists.txt with SOURCE, TRAIN, PROFILE,
+# CXX, CXX_FLAGS, BUILD_TYPE, NATIVE and WERROR set: the objects must be compiled as the build that
 # reads the profile compiles them.
 file(REMOVE_RECURSE ${PROFILE})
 file(MAKE_DIRECTORY ${PROFILE})
