@@ -1,6 +1,9 @@
 // The one position the whole engine works on, and the attack lookups on it.
 #pragma once
 
+#include <cstddef>
+#include <cstring>
+
 #include "board/tables.h"
 
 // Invariants: board[s] > 0 exactly where colourOcc[White] has s, < 0 where colourOcc[Black]
@@ -32,8 +35,19 @@ struct Position {
 
 extern Position pos;
 
-// The position's four occupancies as one record.
-inline OccupancyMasks Occupancy() { return {pos.occupied, pos.occupiedR90, pos.occupiedA1H8, pos.occupiedH1A8}; }
+// Make/unmake and the attack look-ups move these groups as whole vectors.
+static_assert(offsetof(Position, occupiedH1A8) == offsetof(Position, occupied) + 3 * sizeof(Bitboard),
+              "the four occupancies are one block");
+static_assert(offsetof(Position, bishopsQueens) == offsetof(Position, rooksQueens) + sizeof(Bitboard),
+              "the slider sets are one pair");
+
+// The position's four occupancies as one record, read as one 32-byte block: make/unmake store
+// them so, and a narrower read straddling part of that store cannot be forwarded from it.
+inline OccupancyMasks Occupancy() {
+  OccupancyMasks o;
+  memcpy(&o, &pos.occupied, sizeof o);
+  return o;
+}
 
 // Sliding attacks through a given occupancy, so that a caller can look through a copy with
 // pieces lifted off; the one-argument forms look through the position's.
