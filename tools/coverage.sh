@@ -17,7 +17,9 @@ cmake -S . -B "$dir" -DCMAKE_BUILD_TYPE=Coverage -DOSTREL_NATIVE=OFF \
   -DCMAKE_CXX_FLAGS_COVERAGE="-Og --coverage" -DCMAKE_EXE_LINKER_FLAGS_COVERAGE=--coverage >/dev/null
 cmake --build "$dir" -j "$jobs" >/dev/null
 find "$dir" -name '*.gcda' -delete
-(cd "$dir" && ctest -LE gui -j "$jobs" --output-on-failure >ctest.log) || { tail -30 "$dir/ctest.log"; exit 1; }
+# A failing or timed-out test still leaves its counters: report them, then fail.
+status=0
+(cd "$dir" && ctest -LE gui -j "$jobs" --output-on-failure >ctest.log) || { status=$?; tail -30 "$dir/ctest.log"; }
 
 rc=(--rc lcov_branch_coverage=1)
 lcov "${rc[@]}" --quiet --capture --directory "$dir" --output-file "$dir/all.info"
@@ -25,3 +27,4 @@ lcov "${rc[@]}" --quiet --extract "$dir/all.info" "$PWD/board/*" "$PWD/search/*"
   "$PWD/platform/*" "$PWD/tablebases/*" "$PWD/shell/*" --output-file "$dir/engine.info"
 genhtml "${rc[@]}" --quiet "$dir/engine.info" --output-directory "$dir/html"
 lcov "${rc[@]}" --summary "$dir/engine.info"
+exit "$status"
