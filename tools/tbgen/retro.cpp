@@ -1,35 +1,44 @@
-// Retrograde analysis, level by level of distance to mate.
+// Retrograde analysis, level by level of distance to mate, with a count per position of its moves
+// not yet answered by a win for the opponent.
 //
-// The working byte of every position starts undecided; the first pass settles mates, stalemates,
-// positions whose every move converts (their value is known from the smaller tables) and enters
-// the best win a conversion offers as a provisional value. Then, for m = 1, 2, ...:
+// The first pass settles mates, stalemates and positions whose every move converts (their value is
+// known from the smaller tables); of every other position it counts the distinct positions its
+// moves inside the table lead to, and folds its conversions into what is known already: a win
+// enters as a provisional value, a draw means the position is never lost, and of losses only the
+// slowest is kept. Then, for m = 1, 2, ...:
 //
 //   a. every position lost in m - 1 moves makes each of its predecessors (un-moves) a win in m,
 //      unless it is already a win that fast;
-//   b. every position won in m moves marks its undecided predecessors as candidates; a candidate
-//      whose every move now leads to a settled win for the opponent is lost, in as many moves as
-//      the slowest of them.
+//   b. every position won in m moves takes one off the count of each distinct predecessor; the
+//      position whose count runs out is lost, in m moves or in its slowest losing conversion.
 //
-// A win in m is final once level m has run, so (b) reads only wins up to m. Both steps find
-// their work by scanning the byte arrays for one value, so no per-position counters are kept:
-// one byte per entry plus a candidate bit. What is undecided at the end is a draw.
+// A win in m is final once level m has run, so each position is un-moved from once for its
+// value, and a position is looked at as a whole only in the first pass. What is undecided at the
+// end is a draw. The count of a position that cannot be lost by counting is 0 and stays so: one
+// with a drawing or winning conversion, or one decided in the first pass.
+//
+// Symmetric placements share one index, so two moves of a position may lead to one index and two
+// un-moves to one predecessor: both sides deal in distinct canonical indices, and a predecessor
+// loses one count per successor.
 //
 // A double step that gives the opponent an en-passant capture leads to a position the working
 // layout does not hold (it has no en-passant rights): its value is the better for the opponent
-// of the stored position and the captures. When such a capture wins only at a later level the
-// candidate is looked at again then (the deferred list, rare enough to be a plain vector).
+// of the stored position and the captures. Where the captures win, the move is answered when they
+// do, or sooner when the stored position wins sooner: the count drops then at the level of the
+// captures (a list per level) unless the un-move of the stored position's win came first.
 //
 // Every step is a scan over index ranges of positions held as small values, with no shared
 // board, so the worker threads split the ranges (workers.h). One side's array is scanned while
 // the other's is marked: step a lowers bytes of the other side by compare-and-swap, so the win
-// kept is the fastest whichever thread comes last; candidate bits are set by atomic or; step b
-// writes only its own range and reads only the other side, which no one writes meanwhile.
+// kept is the fastest whichever thread comes last; step b takes counts down by atomic
+// subtraction, and the one thread that takes a count to 0 writes that position's loss.
 #include "tools/tbgen/retro.h"
 
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "tablebases/catalogue.h"
@@ -39,21 +48,24 @@
 #include "tools/tbgen/values.h"
 #include "tools/tbgen/workers.h"
 
-static uint8_t* values[2];      // [side]: working values
-static uint64_t* candidates[2];  // [side]: one bit per entry
+static uint8_t* values[2];     // [side]: working values
+static uint8_t* movesLeft[2];  // [side]: distinct successors inside the table not yet won
+static uint8_t* exitLoss[2];   // [side]: with a count, the slowest loss its conversions offer
 static std::atomic<int> lastLevel;  // the loop runs at least to this level
 static std::atomic<bool> failed;    // a table converted into could not be read
+static std::atomic<bool> anyLost;   // a position was found lost in the level running
 
-struct Deferred {
-  int level;
-  int side;
+// A double step of `index` whose en-passant captures win for the opponent by the level of the
+// list it is in; `successor` is the stored position it leads to.
+struct LateAnswer {
   uint64_t index;
+  uint64_t successor;
+  int side;
 };
-static std::vector<Deferred> deferred;
+static std::vector<LateAnswer> lateAnswers[128];
 
 // What the pass the workers run is about.
 static int passSide, passLevel;
-static std::atomic<uint64_t> passCount;
 
 static int SideOf(const Men& p) { return p.toMove == White ? 0 : 1; }
 static uint8_t& ValueOf(const Men& p) { return values[SideOf(p)][WorkIndex(p)]; }
@@ -62,10 +74,6 @@ static void NeedLevel(int level) {
   int seen = lastLevel.load(std::memory_order_relaxed);
   while (level > seen && !lastLevel.compare_exchange_weak(seen, level, std::memory_order_relaxed)) {
   }
-}
-
-static void MarkCandidate(int side, uint64_t index) {
-  __atomic_fetch_or(&candidates[side][index >> 6], 1ULL << (index & 63), __ATOMIC_RELAXED);
 }
 
 static bool IsConversion(const MenMove& m) { return m.captured >= 0 || m.promotion; }
@@ -88,53 +96,87 @@ static int EpCapturesValue(const Men& p, int epSquare, bool* any) {
   return best;
 }
 
-// A move inside the table settles nothing yet, so once one is known legal the others are not
-// tested: only conversions and the double steps that give an en-passant right are.
+// Whether two moves, or two un-moves, of `p` may lead to one index: only when one result is the
+// other's mirror image. The king of the side not moving stands on the same square in both, so
+// the mirror is one that keeps that square, a reflection in a long diagonal with the king on it;
+// tables with pawns have no such mirror.
+static bool MayShareIndex(const Men& p, int stayingSide) {
+  const int king = p.man[stayingSide].square;
+  return !layout.pawns && (FileOf(king) == RankOf(king) || FileOf(king) + RankOf(king) == 7);
+}
+
+// Adds `index` to the n distinct indices in `list`; returns their number.
+static int AddDistinct(uint64_t* list, int n, uint64_t index) {
+  for (int i = 0; i < n; i++)
+    if (list[i] == index) return n;
+  list[n] = index;
+  return n + 1;
+}
+
 static void FirstPass(uint64_t begin, uint64_t end) {
   const int side = passSide;
-  MenMove moves[MaxMenMoves];
+  MenMove moves[MaxMenMoves], replies[MaxMenMoves];
+  uint64_t successors[MaxMenMoves];
+  std::vector<std::pair<int, LateAnswer>> late;  // with the level of each
   for (uint64_t index = begin; index < end; index++) {
     Men p;
     if (!DecodeWork(index, side, &p)) continue;
     const int n = GeneratePseudoMenMoves(p, moves);
     const Bitboard toTest = MenToTest(p);
-    auto legal = [&](const MenMove& m) { return !(toTest & squareMask[p.man[m.man].square]) || MenMoveLegal(p, m); };
-    uint8_t& v = values[side][index];
-    int best = LossValue(0), inTable = 0;
+    // Successors are counted by index only where two moves may share one.
+    const bool shared = MayShareIndex(p, side ^ 1);
+    IndexTerms terms;
+    if (shared) SplitIndex(p, &terms);
+    int best = LossValue(0), distinct = 0, counted = 0;
+    const size_t lateBefore = late.size();
     bool any = false;
     for (int i = 0; i < n; i++) {
       const MenMove& m = moves[i];
+      if ((toTest & squareMask[p.man[m.man].square]) && !MenMoveLegal(p, m)) continue;
+      any = true;
       if (IsConversion(m)) {
-        if (!legal(m)) continue;
-        any = true;
         best = Better(best, Negate(ConvertedValue(p, m)));
         continue;
       }
       const int ep = EpRightAfter(p, m);
-      if (ep < 0 && inTable) continue;
-      if (!legal(m)) continue;
-      any = true;
-      const Men after = MenAfter(p, m);
-      MenMove replies[MaxMenMoves];
-      if (ep < 0 || GenerateMenMoves(after, replies) > 0) {
-        inTable++;
-        continue;
+      if (ep >= 0) {
+        const Men after = MenAfter(p, m);
+        bool captures;
+        const int value = EpCapturesValue(after, ep, &captures);
+        if (GenerateMenMoves(after, replies) == 0) {
+          // The opponent's only moves are en-passant captures: the value is known now.
+          best = Better(best, Negate(Better(MenInCheck(after) ? LossValue(0) : 0, value)));
+          continue;
+        }
+        if (captures && IsWin(value)) {
+          late.push_back({value, {index, WorkIndex(after), side}});
+          NeedLevel(value);
+        }
       }
-      // The opponent's only moves are en-passant captures: the value is known now.
-      bool captures;
-      const int value = EpCapturesValue(after, ep, &captures);
-      best = Better(best, Negate(Better(MenInCheck(after) ? LossValue(0) : 0, value)));
+      if (shared) distinct = AddDistinct(successors, distinct, WorkIndexMoved(p, terms, m.man, m.to));
+      counted++;
     }
+    if (!shared) distinct = counted;
+    uint8_t& v = values[side][index];
     if (!any) {
       v = MenInCheck(p) ? LossValue(0) : 0;
-    } else if (inTable == 0) {
+    } else if (distinct == 0) {
       v = uint8_t(best);
       NeedLevel(Distance(best) + 1);
     } else if (IsWin(best)) {
       v = uint8_t(best);  // provisional: a move inside the table may win faster
       NeedLevel(best);
+    } else if (IsLoss(best)) {
+      movesLeft[side][index] = uint8_t(distinct);
+      exitLoss[side][index] = uint8_t(Distance(best));
+      continue;
     }
+    late.resize(lateBefore);  // the position is never lost by counting
   }
+  if (late.empty()) return;
+  LockWorkers();
+  for (const auto& [level, answer] : late) lateAnswers[level].push_back(answer);
+  UnlockWorkers();
 }
 
 // The value for the opponent of the position after a double step that gives it an en-passant
@@ -172,70 +214,56 @@ static void MarkWins(const Men& lost, int level) {
   }
 }
 
-static void MarkCandidates(const Men& won) {
+// One move of `index` (side `side`) answered by a win in `level`; the last one makes it lost.
+static void Answer(int side, uint64_t index, int level) {
+  uint8_t* left = &movesLeft[side][index];
+  if (__atomic_load_n(left, __ATOMIC_RELAXED) == 0 || __atomic_fetch_sub(left, 1, __ATOMIC_RELAXED) != 1) return;
+  const int slowest = exitLoss[side][index] > level ? exitLoss[side][index] : level;
+  values[side][index] = uint8_t(LossValue(slowest));
+  NeedLevel(slowest + 1);
+  anyLost.store(true, std::memory_order_relaxed);
+}
+
+// Whether the un-move `u` of `won` is a double step whose en-passant captures won for the
+// opponent before `level`: its predecessor's count dropped then (lateAnswers).
+static bool AnsweredEarlier(const Men& won, const MenUnmove& u, int level) {
+  const MenMove step = {u.man, won.man[u.man].square, -1, 0, true};
+  const int ep = EpRightAfter(MenBefore(won, u), step);
+  if (ep < 0) return false;
+  bool any;
+  const int captures = EpCapturesValue(won, ep, &any);
+  return any && IsWin(captures) && captures < level;
+}
+
+// Step b for one position won in `level`.
+static void AnswerPredecessors(const Men& won, int level) {
   MenUnmove unmoves[MaxMenMoves];
   const int n = GenerateMenUnmoves(won, unmoves);
   IndexTerms terms;
   SplitIndex(won, &terms);
   const int side = SideOf(won) ^ 1;
+  const bool shared = MayShareIndex(won, side ^ 1);
+  uint64_t predecessors[MaxMenMoves];
+  int distinct = 0;
   for (int i = 0; i < n; i++) {
+    if (unmoves[i].doubleStep && AnsweredEarlier(won, unmoves[i], level)) continue;
     const uint64_t index = WorkIndexMoved(won, terms, unmoves[i].man, unmoves[i].from);
-    if (values[side][index] == 0) MarkCandidate(side, index);
+    if (shared) {
+      const int before = distinct;
+      distinct = AddDistinct(predecessors, distinct, index);
+      if (distinct == before) continue;
+    }
+    Answer(side, index, level);
   }
 }
 
-// Step b for one candidate: its loss when every move leads to a win for the opponent settled
-// by `level`, else 0. Most candidates fail at some move, so legality is tested only where a move
-// would make them fail (a candidate always has a legal move: the one its marking came by).
-static int CandidateLoss(const Men& p, uint64_t index, int level) {
-  MenMove moves[MaxMenMoves];
-  const int n = GeneratePseudoMenMoves(p, moves);
-  IndexTerms terms;
-  SplitIndex(p, &terms);
-  const uint8_t* opponentValues = values[SideOf(p) ^ 1];
-  int slowest = 0, waitFor = 0;
-  Bitboard toTest = 0;
-  bool testsKnown = false;
-  auto legal = [&](const MenMove& m) {
-    if (!testsKnown) toTest = MenToTest(p), testsKnown = true;
-    return !(toTest & squareMask[p.man[m.man].square]) || MenMoveLegal(p, m);
-  };
-  for (int i = 0; i < n; i++) {
-    int opponent;
-    if (IsConversion(moves[i])) {
-      if (!legal(moves[i])) continue;
-      opponent = ConvertedValue(p, moves[i]);
-      if (!IsWin(opponent)) return 0;
-    } else {
-      const int stored = opponentValues[WorkIndexMoved(p, terms, moves[i].man, moves[i].to)];
-      const bool settled = IsWin(stored) && stored <= level;
-      const int ep = EpRightAfter(p, moves[i]);
-      if (!settled && ep < 0) {
-        if (legal(moves[i])) return 0;
-        continue;
-      }
-      if (!legal(moves[i])) continue;
-      bool any = false;
-      const int captures = ep >= 0 ? EpCapturesValue(MenAfter(p, moves[i]), ep, &any) : 0;
-      if (settled) {
-        opponent = any ? Better(stored, captures) : stored;
-      } else if (any && IsWin(captures)) {
-        opponent = captures;  // wins at the latest then, sooner only if `stored` settles first
-        if (captures > level && captures > waitFor) waitFor = captures;
-      } else {
-        return 0;
-      }
-    }
-    if (opponent > slowest) slowest = opponent;
+// The late answers of `level`: those whose stored successor has not won by then.
+static void AnswerLate(int level) {
+  for (const LateAnswer& a : lateAnswers[level]) {
+    const int stored = values[a.side ^ 1][a.successor];
+    if (!(IsWin(stored) && stored <= level)) Answer(a.side, a.index, level);
   }
-  if (waitFor) {
-    LockWorkers();
-    deferred.push_back({waitFor, SideOf(p), index});
-    UnlockWorkers();
-    NeedLevel(waitFor);
-    return 0;
-  }
-  return slowest ? LossValue(slowest) : 0;
+  std::vector<LateAnswer>().swap(lateAnswers[level]);
 }
 
 // True when one of the eight bytes of `word` equals the byte repeated in `pattern`.
@@ -274,73 +302,28 @@ static void ScanForValue(int side, int value, void (*visit)(const Men&, int), in
   ForEachChunk(layout.size, ScanChunk);
 }
 
-static void CandidateVisit(const Men& won, int) { MarkCandidates(won); }
-
-// Step b on the candidates of passSide in one chunk; passCount counts those found lost.
-static void SettleChunk(uint64_t begin, uint64_t end) {
-  const int side = passSide, level = passLevel;
-  uint64_t lost = 0;
-  for (uint64_t w = begin / 64; w < (end + 63) / 64; w++) {
-    uint64_t bits = candidates[side][w];
-    candidates[side][w] = 0;
-    while (bits) {
-      const uint64_t index = w * 64 + __builtin_ctzll(bits);
-      bits &= bits - 1;
-      // A candidate was marked from a legal position by a legal un-move, at its canonical index.
-      if (values[side][index] != 0) continue;
-      const Men p = MenOfWorkIndex(index, side);
-      const int loss = CandidateLoss(p, index, level);
-      if (!loss) continue;
-      values[side][index] = uint8_t(loss);
-      NeedLevel(Distance(loss) + 1);
-      lost++;
-    }
-  }
-  passCount += lost;
-}
-
-// Runs step b on the candidates of one side; returns how many were found lost.
-static uint64_t SettleCandidates(int side, int level) {
-  passSide = side;
-  passLevel = level;
-  passCount = 0;
-  ForEachChunk(layout.size, SettleChunk);
-  return passCount;
-}
-
 bool SolveTable(int table) {
   SetUpLayout(table);
   failed = false;
   lastLevel = 0;
-  deferred.clear();
-  const uint64_t words = (layout.size + 63) / 64;
-  for (int side = 0; side < 2; side++) {
-    values[side] = static_cast<uint8_t*>(calloc(layout.size, 1));
-    candidates[side] = static_cast<uint64_t*>(calloc(words, 8));
-    if (!values[side] || !candidates[side]) {
-      fprintf(stderr, "%s: out of memory\n", tableCatalogue[table].name);
-      return false;
+  for (uint8_t** array : {values, movesLeft, exitLoss})
+    for (int side = 0; side < 2; side++) {
+      array[side] = static_cast<uint8_t*>(calloc(layout.size, 1));
+      if (!array[side]) {
+        fprintf(stderr, "%s: out of memory\n", tableCatalogue[table].name);
+        return false;
+      }
     }
-  }
   for (passSide = 0; passSide < 2; passSide++) ForEachChunk(layout.size, FirstPass);
   if (failed) return false;
   int level = 1;
   for (; level <= 127; level++) {
     for (int side = 0; side < 2; side++) ScanForValue(side, LossValue(level - 1), MarkWins, level);
-    for (int side = 0; side < 2; side++) ScanForValue(side, WinValue(level), CandidateVisit, level);
-    for (size_t i = 0; i < deferred.size();) {
-      if (deferred[i].level != level) {
-        i++;
-        continue;
-      }
-      MarkCandidate(deferred[i].side, deferred[i].index);
-      deferred[i] = deferred.back();
-      deferred.pop_back();
-    }
-    uint64_t lost = 0;
-    for (int side = 0; side < 2; side++) lost += SettleCandidates(side, level);
+    anyLost = false;
+    for (int side = 0; side < 2; side++) ScanForValue(side, WinValue(level), AnswerPredecessors, level);
+    AnswerLate(level);
     if (failed) return false;
-    if (level >= lastLevel && !lost) break;
+    if (level >= lastLevel && !anyLost) break;
   }
   fprintf(stderr, "%s: solved in %d levels\n", tableCatalogue[table].name, level);
   return true;
@@ -387,10 +370,10 @@ bool WriteSolvedTable() {
 }
 
 void ReleaseSolvedTable() {
-  for (int side = 0; side < 2; side++) {
-    free(values[side]);
-    free(candidates[side]);
-    values[side] = nullptr;
-    candidates[side] = nullptr;
-  }
+  for (uint8_t** array : {values, movesLeft, exitLoss})
+    for (int side = 0; side < 2; side++) {
+      free(array[side]);
+      array[side] = nullptr;
+    }
+  for (std::vector<LateAnswer>& list : lateAnswers) std::vector<LateAnswer>().swap(list);
 }

@@ -1,12 +1,14 @@
-// The files are first read into the working layout, every entry at the position its index
-// stands for, so that the successors inside the table are found without the published index
-// function; captures, promotions and positions with an en-passant right are read through it.
-// Two entries of one position (the symmetric placements the layout keeps) must agree.
+// The files are first read into the working layout, every entry decoded once and put at the
+// position its index stands for, so that the successors inside the table are found without the
+// published index function; captures, promotions and positions with an en-passant right are
+// read through it. Two entries of one position (the symmetric placements the layout keeps) must
+// agree, so each position is then derived once, in the working layout's order.
 #include "tools/tbgen/verify.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 #include "tablebases/catalogue.h"
 #include "tools/tbgen/derive.h"
@@ -73,6 +75,13 @@ static void Mismatch(VerifyResult* r, int table, int side, uint32_t index, int s
   UnlockWorkers();
 }
 
+// The entry of a position of the table checked, without an en-passant right.
+static uint32_t EntryOf(int table, const Men& p) {
+  TableMen men = {};
+  for (int i = 0; i < p.count; i++) men.men[p.man[i].side == White ? 0 : 1][p.man[i].type] |= squareMask[p.man[i].square];
+  return IndexOfMen(tableLayouts[table][p.toMove == White ? 0 : 1], men, NoEpSquare, false);
+}
+
 static void CountLongest(VerifyResult* r, int side, int stored) {
   if (IsWin(stored) && stored > r->longestWin[side][side]) r->longestWin[side][side] = stored;
   if (IsLoss(stored) && Distance(stored) > r->longestWin[side][side ^ 1])
@@ -83,44 +92,11 @@ static void CountLongest(VerifyResult* r, int side, int stored) {
 static int checkTable, checkSide;
 static const int8_t* checkBytes;
 static VerifyResult checked;
+// The entries with an en-passant right, derived through the published index once every other
+// entry is spread.
+static std::vector<uint32_t> epEntries[2];
 
-// Every entry at the working index of its position; two entries of one position must agree.
-static void SpreadChunk(uint64_t begin, uint64_t end) {
-  for (uint64_t index = begin; index < end; index++) {
-    Men p;
-    int ep;
-    if (!Decode(checkTable, checkSide, uint32_t(index), &p, &ep) || ep >= 0) continue;
-    const int8_t b = checkBytes[index];
-    const int8_t was = __atomic_exchange_n(&working[checkSide][WorkIndex(p)], b, __ATOMIC_RELAXED);
-    if (was != BrokenByte && was != b) Mismatch(&checked, checkTable, checkSide, uint32_t(index), b, was);
-  }
-}
-
-static void DeriveChunk(uint64_t begin, uint64_t end) {
-  const int side = checkSide;
-  VerifyResult local = {};
-  local.readable = true;
-  local.longestWin[side][0] = local.longestWin[side][1] = -1;
-  for (uint64_t i = begin; i < end && local.readable; i++) {
-    const uint32_t index = uint32_t(i);
-    Men p;
-    int ep, derived = 0;
-    const int8_t b = checkBytes[index];
-    if (!Decode(checkTable, side, index, &p, &ep)) {
-      local.broken[side]++;
-      if (b != BrokenByte) Mismatch(&checked, checkTable, side, index, b, BrokenByte);
-      continue;
-    }
-    if (!(ep >= 0 ? DerivedValue(p, ep, WorkingOrStored, &derived) : DerivedInTable(p, &derived))) {
-      local.readable = false;
-      break;
-    }
-    const int stored = ValueOfByte(b);
-    // A loss in 127 moves is stored as one in 126.
-    if (b == BrokenByte || (stored != derived && !(stored == LossValue(126) && derived == LossValue(127))))
-      Mismatch(&checked, checkTable, side, index, b, FileByte(derived));
-    CountLongest(&local, side, stored);
-  }
+static void AddLocal(const VerifyResult& local, int side) {
   LockWorkers();
   VerifyResult& r = checked;
   r.readable &= local.readable;
@@ -129,6 +105,88 @@ static void DeriveChunk(uint64_t begin, uint64_t end) {
     if (local.longestWin[side][winner] > r.longestWin[side][winner])
       r.longestWin[side][winner] = local.longestWin[side][winner];
   UnlockWorkers();
+}
+
+static VerifyResult NewLocal(int side) {
+  VerifyResult local = {};
+  local.readable = true;
+  local.longestWin[side][0] = local.longestWin[side][1] = -1;
+  return local;
+}
+
+// Every entry decoded once: broken ones counted, the others' values measured and put at the
+// working index of their position, where two entries of one position must agree.
+static void SpreadChunk(uint64_t begin, uint64_t end) {
+  const int side = checkSide;
+  VerifyResult local = NewLocal(side);
+  std::vector<uint32_t> ep;
+  for (uint64_t i = begin; i < end; i++) {
+    const uint32_t index = uint32_t(i);
+    const int8_t b = checkBytes[index];
+    Men p;
+    int epSquare;
+    if (!Decode(checkTable, side, index, &p, &epSquare)) {
+      local.broken[side]++;
+      if (b != BrokenByte) Mismatch(&checked, checkTable, side, index, b, BrokenByte);
+      continue;
+    }
+    if (b == BrokenByte) {
+      Mismatch(&checked, checkTable, side, index, b, 0);
+      continue;
+    }
+    CountLongest(&local, side, ValueOfByte(b));
+    if (epSquare >= 0) {
+      ep.push_back(index);
+      continue;
+    }
+    const int8_t was = __atomic_exchange_n(&working[side][WorkIndex(p)], b, __ATOMIC_RELAXED);
+    if (was != BrokenByte && was != b) Mismatch(&checked, checkTable, side, index, b, was);
+  }
+  AddLocal(local, side);
+  LockWorkers();
+  epEntries[side].insert(epEntries[side].end(), ep.begin(), ep.end());
+  UnlockWorkers();
+}
+
+// True when the value an entry holds is the one derived from its successors.
+static bool Agrees(int8_t b, int derived) {
+  const int stored = ValueOfByte(b);
+  // A loss in 127 moves is stored as one in 126.
+  return stored == derived || (stored == LossValue(126) && derived == LossValue(127));
+}
+
+// Every position of the working layout derived from its successors, once however many entries
+// hold it; a position no entry holds is a mismatch too.
+static void DeriveChunk(uint64_t begin, uint64_t end) {
+  const int side = checkSide;
+  VerifyResult local = NewLocal(side);
+  for (uint64_t index = begin; index < end && local.readable; index++) {
+    Men p;
+    if (!DecodeWork(index, side, &p)) continue;
+    const int8_t b = working[side][index];
+    int derived = 0;
+    if (!DerivedInTable(p, &derived)) {
+      local.readable = false;
+      break;
+    }
+    if (b == BrokenByte || !Agrees(b, derived)) Mismatch(&checked, checkTable, side, EntryOf(checkTable, p), b, FileByte(derived));
+  }
+  AddLocal(local, side);
+}
+
+static void DeriveEpChunk(uint64_t begin, uint64_t end) {
+  const int side = checkSide;
+  VerifyResult local = NewLocal(side);
+  for (uint64_t i = begin; i < end && local.readable; i++) {
+    const uint32_t index = epEntries[side][i];
+    Men p;
+    int ep, derived = 0;
+    Decode(checkTable, side, index, &p, &ep);
+    local.readable = DerivedValue(p, ep, WorkingOrStored, &derived);
+    if (local.readable && !Agrees(checkBytes[index], derived))
+      Mismatch(&checked, checkTable, side, index, checkBytes[index], FileByte(derived));
+  }
+  AddLocal(local, side);
 }
 
 VerifyResult VerifyTable(int table) {
@@ -151,8 +209,10 @@ VerifyResult VerifyTable(int table) {
   }
   for (checkSide = 0; checkSide < 2 && r.readable; checkSide++) {
     checkBytes = bytes[checkSide];
-    ForEachChunk(tableCatalogue[table].count[checkSide], DeriveChunk);
+    ForEachChunk(layout.size, DeriveChunk);
+    ForEachChunk(epEntries[checkSide].size(), DeriveEpChunk);
   }
+  for (std::vector<uint32_t>& list : epEntries) std::vector<uint32_t>().swap(list);
   for (int8_t*& w : working) {
     free(w);
     w = nullptr;

@@ -1,7 +1,7 @@
 // Worker threads of the generator: one stretch of work shared over a table's index range.
 //
-// Each pass of the retrograde analysis writes only entries of its own chunk, or lowers and marks
-// entries of the other side through atomic operations, so the chunks can run in any order and on
+// Each pass of the retrograde analysis writes only entries of its own chunk, or lowers values and
+// counts of the other side through atomic operations, so the chunks can run in any order and on
 // any thread with the same result; the files do not depend on the number of threads.
 #pragma once
 
@@ -18,6 +18,6 @@ constexpr uint64_t ChunkEntries = 1 << 15;
 void ForEachChunk(uint64_t count, void (*work)(uint64_t begin, uint64_t end));
 
 // One lock for the little the workers share besides the arrays (tables read on first use, the
-// deferred candidates); never held while taking it again.
+// lists of late answers and of en-passant entries); never held while taking it again.
 void LockWorkers();
 void UnlockWorkers();
