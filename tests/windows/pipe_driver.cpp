@@ -53,9 +53,13 @@ int main(int argc, char** argv) {
   startup.hStdOutput = startup.hStdError = engineOut;
   PROCESS_INFORMATION process;
   std::string command = std::string("\"") + argv[1] + "\"";
-  if (!CreateProcessA(nullptr, &command[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
-    printf("cannot start %s\n", argv[1]);
-    return 2;
+  // Under wine, with a prefix made moments before, the first start of a program by another one
+  // now and then fails; a few tries a second apart tell that apart from a program that cannot run.
+  for (int attempt = 1;; ++attempt) {
+    if (CreateProcessA(nullptr, &command[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) break;
+    printf("cannot start %s (error %lu, attempt %d)\n", argv[1], GetLastError(), attempt);
+    if (attempt == 3) return 2;
+    Sleep(1000);
   }
   CloseHandle(engineIn);
   CloseHandle(engineOut);
