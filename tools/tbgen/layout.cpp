@@ -225,10 +225,16 @@ Men MenOfWorkIndex(uint64_t index, int side) {
   Men p = w.shape;
   p.toMove = side == 0 ? White : Black;
   uint64_t rest = index;
+  // Each entry is decoded at least twice: the divisor is spelt out, so that both radices
+  // compile to shifts and multiplications rather than divisions.
   for (int i = p.count - 1; i >= 2; i--) {
-    const int digit = int(rest % w.radix[i]);
-    rest /= w.radix[i];
-    p.man[i].square = w.radix[i] == 48 ? digit + 8 : digit;
+    if (w.radix[i] == 64) {
+      p.man[i].square = int(rest & 63);
+      rest >>= 6;
+    } else {
+      p.man[i].square = int(rest % 48) + 8;
+      rest /= 48;
+    }
   }
   p.man[1].square = int(rest % 64);
   const int slot = int(rest / 64);
