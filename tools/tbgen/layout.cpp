@@ -187,6 +187,32 @@ uint64_t WorkIndexMoved(const Men& p, const IndexTerms& terms, int man, int squa
   return best;
 }
 
+int WorkIndicesMoved(const Men& p, const IndexTerms& terms, int man, Bitboard squares, uint64_t* out) {
+  int n = 0;
+  if (man == 0 || layout.likeStart[man] != layout.likeEnd[man]) {
+    while (squares) out[n++] = WorkIndexMoved(p, terms, man, PopLowest(squares));
+    return n;
+  }
+  // A man alone of its kind changes one digit: a look-up and a multiplication per square under
+  // each symmetry, the rest of the index the same for all of them.
+  const uint64_t weight = layout.weight[man];
+  uint64_t rest[2];
+  for (int k = 0; k < terms.symmetries; k++) rest[k] = terms.index[k] - uint64_t(terms.digit[k][man]) * weight;
+  const int* image = transformed[terms.symmetry[0]];
+  if (terms.symmetries == 1) {
+    while (squares) out[n++] = rest[0] + uint64_t(Digit(man, image[PopLowest(squares)])) * weight;
+    return n;
+  }
+  const int* other = transformed[terms.symmetry[1]];
+  while (squares) {
+    const int square = PopLowest(squares);
+    const uint64_t a = rest[0] + uint64_t(Digit(man, image[square])) * weight;
+    const uint64_t b = rest[1] + uint64_t(Digit(man, other[square])) * weight;
+    out[n++] = a < b ? a : b;
+  }
+  return n;
+}
+
 bool InLayout(const Men& p) {
   if (p.count != layout.shape.count) return false;
   for (int i = 0; i < p.count; i++)
@@ -199,10 +225,16 @@ Men MenOfWorkIndex(uint64_t index, int side) {
   Men p = w.shape;
   p.toMove = side == 0 ? White : Black;
   uint64_t rest = index;
+  // Each entry is decoded at least twice: the divisor is spelt out, so that both radices
+  // compile to shifts and multiplications rather than divisions.
   for (int i = p.count - 1; i >= 2; i--) {
-    const int digit = int(rest % w.radix[i]);
-    rest /= w.radix[i];
-    p.man[i].square = w.radix[i] == 48 ? digit + 8 : digit;
+    if (w.radix[i] == 64) {
+      p.man[i].square = int(rest & 63);
+      rest >>= 6;
+    } else {
+      p.man[i].square = int(rest % 48) + 8;
+      rest /= 48;
+    }
   }
   p.man[1].square = int(rest % 64);
   const int slot = int(rest / 64);

@@ -47,6 +47,8 @@ void SplitIndex(const Men& p, IndexTerms* terms);
 // WorkIndex of `p` with man `man` on `square` instead (side to move left aside: it is no part
 // of the index).
 uint64_t WorkIndexMoved(const Men& p, const IndexTerms& terms, int man, int square);
+// WorkIndexMoved for every square of `squares`, ascending, into `out`; returns their number.
+int WorkIndicesMoved(const Men& p, const IndexTerms& terms, int man, Bitboard squares, uint64_t* out);
 // True when `p` holds the men of the layout's table, in its order (no capture or promotion
 // since a position of the table).
 bool InLayout(const Men& p);

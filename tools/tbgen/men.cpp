@@ -25,10 +25,12 @@ static bool Reaches(int type, int side, int from, int to) {
   return (d == 1 || d == -1 || d == 8 || d == -8) == (type == Rook);
 }
 
-// The four occupancies the rotated attack tables read, for the men as they stand.
-static OccupancyMasks MenOccupancy(const Men& p) {
+// The four occupancies the rotated attack tables read, for the men as they stand, the man
+// `leaveOut` (an index, or -1) taken off the board.
+static OccupancyMasks MenOccupancy(const Men& p, int leaveOut = -1) {
   OccupancyMasks o = {0, 0, 0, 0};
   for (int i = 0; i < p.count; i++) {
+    if (i == leaveOut) continue;
     const OccupancyMasks& m = occupancyMask[p.man[i].square];
     o.normal |= m.normal;
     o.r90 |= m.r90;
@@ -97,34 +99,58 @@ static int AddPawnMove(const Men& p, MenMove* list, int n, int man, int to, int 
 }
 
 // The squares of the side to move's men whose moves need the legality test: all of them in check;
-// otherwise the king and any man standing between it and an enemy slider aimed at it (the only
-// ones a move can expose the king by).
-static Bitboard MenToTest(const Men& p, Bitboard occupied) {
+// otherwise any man standing between its king and an enemy slider aimed at it (the only ones a
+// move can expose the king by). The king's own moves are tested otherwise (KingDanger).
+// `evasions` gets the squares where a man other than the king may end a move: in check, those of
+// the checking man and between it and the king (none in double check), so that the test runs on
+// the few moves that may be legal rather than on every one.
+static Bitboard MenToTest(const Men& p, Bitboard occupied, Bitboard* evasions) {
   const int king = KingSquare(p, p.toMove);
-  if (MenAttacked(p, king, p.toMove ^ 1, occupied)) return ~Bitboard(0);
-  Bitboard test = squareMask[king];
+  Bitboard pinned = 0;
+  bool check = false;
+  *evasions = ~Bitboard(0);
   for (int i = 0; i < p.count; i++) {
     const Man& m = p.man[i];
-    if (m.side != p.toMove && Slides(m.type) && Reaches(m.type, m.side, m.square, king))
-      test |= betweenMask[m.square][king] & occupied;
+    if (m.side == p.toMove || !Reaches(m.type, m.side, m.square, king)) continue;
+    const Bitboard line = Slides(m.type) ? betweenMask[m.square][king] : 0;
+    if (line & occupied) {
+      pinned |= line & occupied;
+    } else {
+      check = true;
+      *evasions &= line | squareMask[m.square];
+    }
   }
-  return test;
+  return check ? ~Bitboard(0) : pinned;
 }
 
-Bitboard MenToTest(const Men& p) { return MenToTest(p, Occupancy(p)); }
+// The squares the enemy attacks with the king of the side to move (man `king`) off the board, so
+// that a slider checking it also covers the squares behind it: where that king may not go. One
+// attack set per enemy man, where testing each of the king's moves costs a loop over every man.
+static Bitboard KingDanger(const Men& p, int king) {
+  const OccupancyMasks o = MenOccupancy(p, king);
+  Bitboard danger = 0;
+  for (int i = 0; i < p.count; i++)
+    if (p.man[i].side != p.toMove) danger |= Attacks(p.man[i], o);
+  return danger;
+}
 
-static int GenerateMoves(const Men& p, MenMove* list, bool legal) {
+// The legal moves; with `quiet`, the non-capturing moves of every man but pawns go there as sets
+// of destinations instead of into the list.
+static int GenerateMoves(const Men& p, MenMove* list, Bitboard* quiet) {
   const OccupancyMasks o = MenOccupancy(p);
   const Bitboard occupied = o.normal;
-  const Bitboard toTest = legal ? MenToTest(p, occupied) : 0;
+  Bitboard evasions;
+  const Bitboard toTest = MenToTest(p, occupied, &evasions);
   Bitboard enemies = 0;
-  for (int i = 0; i < p.count; i++)
+  for (int i = 0; i < p.count; i++) {
     if (p.man[i].side != p.toMove && p.man[i].type != King) enemies |= squareMask[p.man[i].square];
+    if (quiet) quiet[i] = 0;
+  }
   int n = 0;
   for (int i = 0; i < p.count; i++) {
     const Man& m = p.man[i];
     if (m.side != p.toMove) continue;
-    const bool test = (toTest & squareMask[m.square]) != 0;
+    bool test = (toTest & squareMask[m.square]) != 0;
     if (m.type == Pawn) {
       const int step = m.side == White ? 8 : -8;
       const int one = m.square + step;
@@ -140,8 +166,22 @@ static int GenerateMoves(const Men& p, MenMove* list, bool legal) {
       }
       continue;
     }
-    const Bitboard targets = Attacks(m, o);
-    for (Bitboard b = targets & ~occupied; b;) n = Add(p, list, n, {i, PopLowest(b), -1, 0, false}, test);
+    Bitboard targets = Attacks(m, o);
+    if (m.type == King) {
+      targets &= ~KingDanger(p, i);
+      test = false;
+    } else {
+      targets &= evasions;
+    }
+    Bitboard quietTargets = targets & ~occupied;
+    if (test)
+      for (Bitboard b = quietTargets; b;) {
+        const int to = PopLowest(b);
+        if (!MenMoveLegal(p, {i, to, -1, 0, false})) quietTargets &= ~squareMask[to];
+      }
+    if (quiet) quiet[i] = quietTargets;
+    else
+      for (Bitboard b = quietTargets; b;) list[n++] = {i, PopLowest(b), -1, 0, false};
     for (Bitboard b = targets & enemies; b;) {
       const int to = PopLowest(b);
       n = Add(p, list, n, {i, to, ManOn(p, to), 0, false}, test);
@@ -150,8 +190,14 @@ static int GenerateMoves(const Men& p, MenMove* list, bool legal) {
   return n;
 }
 
-int GenerateMenMoves(const Men& p, MenMove* list) { return GenerateMoves(p, list, true); }
-int GeneratePseudoMenMoves(const Men& p, MenMove* list) { return GenerateMoves(p, list, false); }
+int GenerateMenMoves(const Men& p, MenMove* list) { return GenerateMoves(p, list, nullptr); }
+
+bool GenerateMenMoveSets(const Men& p, MenMoveSets* sets) {
+  sets->count = GenerateMoves(p, sets->list, sets->quiet);
+  bool any = sets->count > 0;
+  for (int i = 0; i < p.count; i++) any |= sets->quiet[i] != 0;
+  return any;
+}
 
 int GenerateMenEpCaptures(const Men& p, int epSquare, MenMove* list) {
   const int victimSquare = epSquare + (p.toMove == White ? -8 : 8);

@@ -49,11 +49,18 @@ bool MenInCheck(const Men& p);
 // Legal moves of the side to move, en passant left out (a position of the table has no
 // en-passant right); returns their number.
 int GenerateMenMoves(const Men& p, MenMove* list);
-// The same moves before the test that the mover's king is left safe (MenMoveLegal).
-int GeneratePseudoMenMoves(const Men& p, MenMove* list);
-// The squares of the men whose moves need that test: every man when in check, else the king and
-// the men that may be pinned. A move of any other man is legal.
-Bitboard MenToTest(const Men& p);
+
+// The same moves in two parts: the quiet moves of each piece (no capture, no pawn) as the set of
+// squares it may go to, and the rest (captures, pawn moves) listed. Most moves are quiet piece
+// moves, and the retrograde loops need of them only their number or their successors' indices,
+// which a set yields square by square without a move record each.
+struct MenMoveSets {
+  Bitboard quiet[MaxMen];  // per man; 0 for the side not to move
+  int count;
+  MenMove list[MaxMenMoves];
+};
+// False when the side to move has no legal move.
+bool GenerateMenMoveSets(const Men& p, MenMoveSets* sets);
 // The legal en-passant captures when the side to move may take on `epSquare`.
 int GenerateMenEpCaptures(const Men& p, int epSquare, MenMove* list);
 // The position after a legal move that neither captures nor promotes (its side to move flipped).

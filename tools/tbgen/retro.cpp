@@ -41,6 +41,7 @@
 #include <utility>
 #include <vector>
 
+#include "board/bitboard.h"
 #include "tablebases/catalogue.h"
 #include "tools/tbgen/derive.h"
 #include "tools/tbgen/layout.h"
@@ -115,25 +116,32 @@ static int AddDistinct(uint64_t* list, int n, uint64_t index) {
 
 static void FirstPass(uint64_t begin, uint64_t end) {
   const int side = passSide;
-  MenMove moves[MaxMenMoves], replies[MaxMenMoves];
+  MenMoveSets moves;
+  MenMove replies[MaxMenMoves];
   uint64_t successors[MaxMenMoves];
   std::vector<std::pair<int, LateAnswer>> late;  // with the level of each
   for (uint64_t index = begin; index < end; index++) {
     Men p;
     if (!DecodeWork(index, side, &p)) continue;
-    const int n = GeneratePseudoMenMoves(p, moves);
-    const Bitboard toTest = MenToTest(p);
-    // Successors are counted by index only where two moves may share one.
+    const bool any = GenerateMenMoveSets(p, &moves);
+    // Successors are told apart by index only where two moves may share one; elsewhere a
+    // piece's quiet moves are simply counted.
     const bool shared = MayShareIndex(p, side ^ 1);
     IndexTerms terms;
     if (shared) SplitIndex(p, &terms);
     int best = LossValue(0), distinct = 0, counted = 0;
+    for (int i = 0; i < p.count; i++) {
+      if (!shared) {
+        counted += PopCount(moves.quiet[i]);
+        continue;
+      }
+      uint64_t indices[64];
+      const int n = WorkIndicesMoved(p, terms, i, moves.quiet[i], indices);
+      for (int j = 0; j < n; j++) distinct = AddDistinct(successors, distinct, indices[j]);
+    }
     const size_t lateBefore = late.size();
-    bool any = false;
-    for (int i = 0; i < n; i++) {
-      const MenMove& m = moves[i];
-      if ((toTest & squareMask[p.man[m.man].square]) && !MenMoveLegal(p, m)) continue;
-      any = true;
+    for (int i = 0; i < moves.count; i++) {
+      const MenMove& m = moves.list[i];
       if (IsConversion(m)) {
         best = Better(best, Negate(ConvertedValue(p, m)));
         continue;

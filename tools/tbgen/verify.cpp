@@ -29,11 +29,11 @@ static bool WorkingOrStored(const Men& p, int epSquare, int* value) {
 }
 
 // DerivedValue for an entry without an en-passant right, nearly every one: a successor inside
-// the table is found from the index of a man's step, not indexed afresh from its men.
+// the table is found from the index of a man's step, not indexed afresh from its men, and the
+// quiet moves of a piece square by square from its set of destinations.
 static bool DerivedInTable(const Men& p, int* value) {
-  MenMove moves[MaxMenMoves];
-  const int n = GenerateMenMoves(p, moves);
-  if (n == 0) {
+  MenMoveSets moves;
+  if (!GenerateMenMoveSets(p, &moves)) {
     *value = MenInCheck(p) ? LossValue(0) : 0;
     return true;
   }
@@ -41,8 +41,17 @@ static bool DerivedInTable(const Men& p, int* value) {
   SplitIndex(p, &terms);
   const int8_t* next = working[p.toMove == White ? 1 : 0];
   int best = LossValue(0);
-  for (int i = 0; i < n; i++) {
-    const MenMove& m = moves[i];
+  uint64_t indices[MaxMenMoves];
+  for (int i = 0; i < p.count; i++) {
+    const int n = WorkIndicesMoved(p, terms, i, moves.quiet[i], indices);
+    for (int j = 0; j < n; j++) {
+      const int8_t b = next[indices[j]];
+      if (b == BrokenByte) return false;
+      best = Better(best, Negate(ValueOfByte(b)));
+    }
+  }
+  for (int i = 0; i < moves.count; i++) {
+    const MenMove& m = moves.list[i];
     const int ep = EpRightAfter(p, m);
     int successor;
     if (m.captured >= 0 || m.promotion || ep >= 0) {
