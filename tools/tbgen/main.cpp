@@ -1,8 +1,8 @@
 // ostrel-tbgen: makes endgame tables of up to five men by retrograde analysis, checks them, and
 // probes them through the engine.
 //
-//   ostrel-tbgen --dir DIR [--threads N] [--force] TABLE...  the tables and what they convert into
-//   ostrel-tbgen --dir DIR [--threads N] [--force] --all N   every table of N men (3, 4 or 5) and below
+//   ostrel-tbgen --dir DIR [--threads N] [--force] [--unchecked] TABLE...  the tables and what they convert into
+//   ostrel-tbgen --dir DIR [--threads N] [--force] [--unchecked] --all N   every table of N men (3, 4 or 5) and below
 //   ostrel-tbgen --verify DIR [TABLE...]        every entry re-derived (all tables present if none named)
 //   ostrel-tbgen --probe DIR FEN...             "FEN<tab>draw|win N|loss N" per position
 //   ostrel-tbgen --compress DIR [TABLE...]      plain files replaced by ".emd" files (all if none named)
@@ -29,6 +29,9 @@
 
 static bool forceRemake;
 static bool allTables;  // --all: tables present are passed over without a word
+// --unchecked: five-man tables are written without their check (about 40% of the time) and kept
+// whether marked or not; `--verify` or a later run without it checks and marks them.
+static bool unchecked;
 
 static int TableOfName(const char* name) {
   for (int t = 1; t < TableCount; t++)
@@ -87,7 +90,7 @@ static bool NeedsMarker(int table) { return MenOfTable(table) == 5; }
 
 static bool TableDone(int table) {
   if (!TableFilesPresent(table)) return false;
-  if (!NeedsMarker(table)) return true;
+  if (!NeedsMarker(table) || unchecked) return true;
   FILE* f = fopen(MarkerName(table), "rb");
   if (f) fclose(f);
   return f != nullptr;
@@ -186,7 +189,7 @@ static bool Generate(int table, bool requested) {
   bool ok = SolveTable(table) && WriteSolvedTable();
   ReleaseSolvedTable();
   ReleaseTables();
-  if (ok && NeedsMarker(table)) ok = CheckAndMark(table);
+  if (ok && NeedsMarker(table) && !unchecked) ok = CheckAndMark(table);
   if (ok) ReportProgress(table, started, cpuStarted);
   return ok;
 }
@@ -241,8 +244,8 @@ static int Compress(int argc, char** argv) {
 
 static int Usage() {
   fprintf(stderr,
-          "usage: ostrel-tbgen --dir DIR [--threads N] [--force] TABLE...\n"
-          "       ostrel-tbgen --dir DIR [--threads N] [--force] --all 3|4|5\n"
+          "usage: ostrel-tbgen --dir DIR [--threads N] [--force] [--unchecked] TABLE...\n"
+          "       ostrel-tbgen --dir DIR [--threads N] [--force] [--unchecked] --all 3|4|5\n"
           "       ostrel-tbgen --verify DIR [TABLE...]\n"
           "       ostrel-tbgen --probe DIR FEN...\n"
           "       ostrel-tbgen --compress DIR [TABLE...]\n");
@@ -272,6 +275,7 @@ int main(int argc, char** argv) {
     first += 2;
   }
   if (first < argc && strcmp(argv[first], "--force") == 0) forceRemake = true, first++;
+  if (first < argc && strcmp(argv[first], "--unchecked") == 0) unchecked = true, first++;
   if (first < argc && strcmp(argv[first], "--all") == 0) {
     const int men = first + 1 < argc ? atoi(argv[first + 1]) : 0;
     if (men < 3 || men > 5 || first + 2 != argc) return Usage();
