@@ -266,7 +266,7 @@ uint32_t LongestMatch(MatchFinder& f, uint32_t at, uint32_t* distance) {
 // LZ77 over the block: the longest match at each entry, unless the next entry starts a longer
 // one (then this entry goes as a literal).
 int Parse(const uint8_t* in, uint32_t entries, Token* tokens) {
-  static MatchFinder f;
+  static thread_local MatchFinder f;  // one per thread: the generator codes blocks on several
   f.in = in;
   f.entries = entries;
   f.chained = 0;
@@ -290,7 +290,7 @@ int Parse(const uint8_t* in, uint32_t entries, Token* tokens) {
 }  // namespace
 
 uint32_t EncodeTableBlock(const uint8_t* in, uint32_t entries, uint8_t* out) {
-  static Token tokens[TableBlockBytes];
+  static thread_local Token tokens[TableBlockBytes];
   const int n = Parse(in, entries, tokens);
   uint32_t counts[AllSymbols] = {};
   for (int t = 0; t < n; t++) {

@@ -1,5 +1,6 @@
 #include "tools/tbgen/compress.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -10,6 +11,36 @@
 #include "tablebases/catalogue.h"
 #include "tablebases/files.h"
 #include "tools/tbgen/store.h"
+#include "tools/tbgen/workers.h"
+
+// The side being coded, shared with the workers: each block is coded into its own slot of
+// `coded` (a coded block is never longer than the block), so the blocks can be coded in any order
+// and on any thread, and the file is put together from the slots in order.
+static const uint8_t* codeEntries;
+static std::vector<uint8_t> coded;
+static std::vector<uint32_t> codedLength;
+static std::atomic<uint32_t> undecodable;  // the first block that does not decode back, plus one
+
+// Chunks are whole blocks: ChunkEntries is a multiple of the block size.
+static_assert(ChunkEntries % TableBlockBytes == 0, "a chunk holds whole blocks");
+
+static void CodeChunk(uint64_t begin, uint64_t end) {
+  uint8_t scratch[DecodeBlockBytes], decoded[TableBlockBytes];
+  for (uint64_t first = begin; first < end; first += TableBlockBytes) {
+    const uint32_t b = uint32_t(first / TableBlockBytes);
+    const uint32_t n = uint32_t(end - first < uint64_t(TableBlockBytes) ? end - first : uint64_t(TableBlockBytes));
+    const uint8_t* in = codeEntries + first;
+    uint8_t* out = &coded[first];
+    const uint32_t length = EncodeTableBlock(in, n, out);
+    codedLength[b] = length;
+    if (length == n) continue;
+    memcpy(scratch, out, length);
+    if (!DecodeTableBlock(scratch, length, decoded, n) || memcmp(decoded, in, n) != 0) {
+      uint32_t expected = 0;
+      undecodable.compare_exchange_strong(expected, b + 1);
+    }
+  }
+}
 
 // The whole file is built in memory (at most the side's size and its index) so that the block
 // offsets are known before the first byte is written.
@@ -19,31 +50,31 @@ static bool CompressSide(int table, int side, uint64_t* compressedBytes) {
   if (!entries) return false;
   const uint32_t count = tableCatalogue[table].count[side];
   const uint32_t blocks = (count + TableBlockBytes - 1) / TableBlockBytes;
+  codeEntries = entries;
+  coded.assign(count, 0);
+  codedLength.assign(blocks, 0);
+  undecodable = 0;
+  ForEachChunk(count, CodeChunk);
+  if (undecodable) {
+    fprintf(stderr, "%s: block %u does not decode to what was coded\n", name.c_str(), undecodable - 1);
+    return false;
+  }
   std::vector<uint8_t> file(EmdHeaderBytes + 4 * (size_t(blocks) + 1));
   memcpy(file.data(), EmdMagic, sizeof EmdMagic);
   PutLittleEndian(&file[8], EmdVersion, 4);
   PutLittleEndian(&file[12], TableBlockBytes, 4);
   PutLittleEndian(&file[16], count, 4);
   PutLittleEndian(&file[20], blocks, 4);
-  static uint8_t coded[TableBlockBytes], scratch[DecodeBlockBytes], decoded[TableBlockBytes];
   for (uint32_t b = 0; b < blocks; b++) {
     PutLittleEndian(&file[EmdHeaderBytes + 4 * size_t(b)], file.size(), 4);
-    const uint8_t* in = entries + size_t(b) * TableBlockBytes;
-    const uint32_t n = count - b * uint32_t(TableBlockBytes) < uint32_t(TableBlockBytes) ? count - b * uint32_t(TableBlockBytes)
-                                                                                           : uint32_t(TableBlockBytes);
-    const uint32_t length = EncodeTableBlock(in, n, coded);
-    if (length != n) {
-      memcpy(scratch, coded, length);
-      if (!DecodeTableBlock(scratch, length, decoded, n) || memcmp(decoded, in, n) != 0) {
-        fprintf(stderr, "%s: block %u does not decode to what was coded\n", name.c_str(), b);
-        return false;
-      }
-    }
-    file.insert(file.end(), coded, coded + length);
+    const size_t first = size_t(b) * TableBlockBytes;
+    const uint32_t n = count - first < size_t(TableBlockBytes) ? uint32_t(count - first) : uint32_t(TableBlockBytes);
+    file.insert(file.end(), &coded[first], &coded[first] + codedLength[b]);
     file.resize(file.size() + BlockCheckBytes);
-    PutLittleEndian(&file[file.size() - BlockCheckBytes], BlockChecksum(in, n), BlockCheckBytes);
+    PutLittleEndian(&file[file.size() - BlockCheckBytes], BlockChecksum(entries + first, n), BlockCheckBytes);
   }
   PutLittleEndian(&file[EmdHeaderBytes + 4 * size_t(blocks)], file.size(), 4);
+  std::vector<uint8_t>().swap(coded);
   FILE* f = fopen(temporary.c_str(), "wb");
   bool ok = f && fwrite(file.data(), 1, file.size(), f) == file.size();
   if (f) ok = fclose(f) == 0 && ok;

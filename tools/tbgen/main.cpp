@@ -3,9 +3,9 @@
 //
 //   ostrel-tbgen --dir DIR [--threads N] [--force] [--unchecked] TABLE...  the tables and what they convert into
 //   ostrel-tbgen --dir DIR [--threads N] [--force] [--unchecked] --all N   every table of N men (3, 4 or 5) and below
-//   ostrel-tbgen --verify DIR [TABLE...]        every entry re-derived (all tables present if none named)
-//   ostrel-tbgen --probe DIR FEN...             "FEN<tab>draw|win N|loss N" per position
-//   ostrel-tbgen --compress DIR [TABLE...]      plain files replaced by ".emd" files (all if none named)
+//   ostrel-tbgen --verify DIR [--threads N] [TABLE...]    every entry re-derived (all tables present if none named)
+//   ostrel-tbgen --probe DIR FEN...                       "FEN<tab>draw|win N|loss N" per position
+//   ostrel-tbgen --compress DIR [--threads N] [TABLE...]  plain files replaced by ".emd" files (all if none named)
 //
 // Tables already present with the right sizes are kept unless --force names them for remaking;
 // the tables they need are always reused. The exit status is 0 when everything succeeded.
@@ -246,9 +246,9 @@ static int Usage() {
   fprintf(stderr,
           "usage: ostrel-tbgen --dir DIR [--threads N] [--force] [--unchecked] TABLE...\n"
           "       ostrel-tbgen --dir DIR [--threads N] [--force] [--unchecked] --all 3|4|5\n"
-          "       ostrel-tbgen --verify DIR [TABLE...]\n"
+          "       ostrel-tbgen --verify DIR [--threads N] [TABLE...]\n"
           "       ostrel-tbgen --probe DIR FEN...\n"
-          "       ostrel-tbgen --compress DIR [TABLE...]\n");
+          "       ostrel-tbgen --compress DIR [--threads N] [TABLE...]\n");
   return 2;
 }
 
@@ -258,21 +258,21 @@ int main(int argc, char** argv) {
   BuildSignatureTree();
   if (argc < 3) return Usage();
   tableDirectory = argv[2];
-  if (strcmp(argv[1], "--verify") == 0) return Verify(argc - 3, argv + 3);
-  if (strcmp(argv[1], "--probe") == 0) return ProbePositions(argc - 3, argv + 3);
-  if (strcmp(argv[1], "--compress") == 0) return Compress(argc - 3, argv + 3);
+  int first = 3;
+  if (first + 1 < argc && strcmp(argv[first], "--threads") == 0) {
+    workerThreads = atoi(argv[first + 1]);
+    if (workerThreads < 1 || workerThreads > 64) return Usage();
+    first += 2;
+  }
+  if (strcmp(argv[1], "--verify") == 0) return Verify(argc - first, argv + first);
+  if (strcmp(argv[1], "--probe") == 0) return ProbePositions(argc - first, argv + first);
+  if (strcmp(argv[1], "--compress") == 0) return Compress(argc - first, argv + first);
   if (strcmp(argv[1], "--dir") != 0) return Usage();
   std::error_code error;
   std::filesystem::create_directories(tableDirectory, error);
   if (error) {
     fprintf(stderr, "%s: cannot make the directory: %s\n", tableDirectory, error.message().c_str());
     return 1;
-  }
-  int first = 3;
-  if (first + 1 < argc && strcmp(argv[first], "--threads") == 0) {
-    workerThreads = atoi(argv[first + 1]);
-    if (workerThreads < 1 || workerThreads > 64) return Usage();
-    first += 2;
   }
   if (first < argc && strcmp(argv[first], "--force") == 0) forceRemake = true, first++;
   if (first < argc && strcmp(argv[first], "--unchecked") == 0) unchecked = true, first++;

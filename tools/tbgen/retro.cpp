@@ -182,9 +182,8 @@ static void FirstPass(uint64_t begin, uint64_t end) {
     late.resize(lateBefore);  // the position is never lost by counting
   }
   if (late.empty()) return;
-  LockWorkers();
+  WorkersLock lock;
   for (const auto& [level, answer] : late) lateAnswers[level].push_back(answer);
-  UnlockWorkers();
 }
 
 // The value for the opponent of the position after a double step that gives it an en-passant

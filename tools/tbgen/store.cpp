@@ -96,14 +96,13 @@ static int8_t* ReadTableSide(int table, int side) {
 const int8_t* LoadTableSide(int table, int side) {
   if (const int8_t* bytes = loaded[table][side].load(std::memory_order_acquire)) return bytes;
   if (unreadable[table][side]) return nullptr;
-  LockWorkers();
+  WorkersLock lock;
   int8_t* bytes = loaded[table][side].load(std::memory_order_acquire);
   if (!bytes && !unreadable[table][side]) {
     bytes = ReadTableSide(table, side);
     loaded[table][side].store(bytes, std::memory_order_release);
     unreadable[table][side] = !bytes;
   }
-  UnlockWorkers();
   return bytes;
 }
 

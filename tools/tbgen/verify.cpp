@@ -5,6 +5,7 @@
 // agree, so each position is then derived once, in the working layout's order.
 #include "tools/tbgen/verify.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -77,11 +78,10 @@ static bool Decode(int table, int side, uint32_t index, Men* p, int* epSquare) {
 
 // Mismatches are few: they are counted (and the first few named) under the workers' lock.
 static void Mismatch(VerifyResult* r, int table, int side, uint32_t index, int stored, int derived) {
-  LockWorkers();
+  WorkersLock lock;
   if (r->mismatches[side]++ < MismatchesNamed)
     fprintf(stderr, "%s: index %u holds %d, its successors give %d\n", TableFileName(table, side), index, stored,
             derived);
-  UnlockWorkers();
 }
 
 // The entry of a position of the table checked, without an en-passant right.
@@ -106,14 +106,13 @@ static VerifyResult checked;
 static std::vector<uint32_t> epEntries[2];
 
 static void AddLocal(const VerifyResult& local, int side) {
-  LockWorkers();
+  WorkersLock lock;
   VerifyResult& r = checked;
   r.readable &= local.readable;
   r.broken[side] += local.broken[side];
   for (int winner = 0; winner < 2; winner++)
     if (local.longestWin[side][winner] > r.longestWin[side][winner])
       r.longestWin[side][winner] = local.longestWin[side][winner];
-  UnlockWorkers();
 }
 
 static VerifyResult NewLocal(int side) {
@@ -152,9 +151,8 @@ static void SpreadChunk(uint64_t begin, uint64_t end) {
     if (was != BrokenByte && was != b) Mismatch(&checked, checkTable, side, index, b, was);
   }
   AddLocal(local, side);
-  LockWorkers();
+  WorkersLock lock;
   epEntries[side].insert(epEntries[side].end(), ep.begin(), ep.end());
-  UnlockWorkers();
 }
 
 // True when the value an entry holds is the one derived from its successors.
@@ -162,6 +160,16 @@ static bool Agrees(int8_t b, int derived) {
   const int stored = ValueOfByte(b);
   // A loss in 127 moves is stored as one in 126.
   return stored == derived || (stored == LossValue(126) && derived == LossValue(127));
+}
+
+// Positions lost in 127 moves, one more than a byte holds (only kppkp has them): the working
+// indices found by the derivation, then every entry that holds one of them, to be named.
+static const size_t LongLossesKept = 64;
+static std::vector<uint64_t> longLossPositions[2], longLossEntries[2];
+
+static void NoteLongLoss(std::vector<uint64_t>& list, uint64_t at) {
+  WorkersLock lock;
+  if (list.size() < LongLossesKept) list.push_back(at);
 }
 
 // Every position of the working layout derived from its successors, once however many entries
@@ -179,8 +187,21 @@ static void DeriveChunk(uint64_t begin, uint64_t end) {
       break;
     }
     if (b == BrokenByte || !Agrees(b, derived)) Mismatch(&checked, checkTable, side, EntryOf(checkTable, p), b, FileByte(derived));
+    if (derived == LossValue(127)) NoteLongLoss(longLossPositions[side], index);
   }
   AddLocal(local, side);
+}
+
+// The entries (without an en-passant right) that hold a position lost in 127 moves.
+static void FindLongLossChunk(uint64_t begin, uint64_t end) {
+  const int side = checkSide;
+  const std::vector<uint64_t>& positions = longLossPositions[side];
+  for (uint64_t i = begin; i < end; i++) {
+    Men p;
+    int epSquare;
+    if (!Decode(checkTable, side, uint32_t(i), &p, &epSquare) || epSquare >= 0) continue;
+    if (std::binary_search(positions.begin(), positions.end(), WorkIndex(p))) NoteLongLoss(longLossEntries[side], i);
+  }
 }
 
 static void DeriveEpChunk(uint64_t begin, uint64_t end) {
@@ -194,6 +215,7 @@ static void DeriveEpChunk(uint64_t begin, uint64_t end) {
     local.readable = DerivedValue(p, ep, WorkingOrStored, &derived);
     if (local.readable && !Agrees(checkBytes[index], derived))
       Mismatch(&checked, checkTable, side, index, checkBytes[index], FileByte(derived));
+    if (local.readable && derived == LossValue(127)) NoteLongLoss(longLossEntries[side], index);
   }
   AddLocal(local, side);
 }
@@ -220,6 +242,18 @@ VerifyResult VerifyTable(int table) {
     checkBytes = bytes[checkSide];
     ForEachChunk(layout.size, DeriveChunk);
     ForEachChunk(epEntries[checkSide].size(), DeriveEpChunk);
+  }
+  for (checkSide = 0; checkSide < 2 && r.readable; checkSide++) {
+    std::vector<uint64_t>& positions = longLossPositions[checkSide];
+    std::vector<uint64_t>& entries = longLossEntries[checkSide];
+    std::sort(positions.begin(), positions.end());
+    if (!positions.empty()) ForEachChunk(tableCatalogue[table].count[checkSide], FindLongLossChunk);
+    std::sort(entries.begin(), entries.end());
+    for (uint64_t index : entries)
+      fprintf(stderr, "%s: index %llu is lost in 127 moves (stored as 126)\n", TableFileName(table, checkSide),
+              (unsigned long long)index);
+    positions.clear();
+    entries.clear();
   }
   for (std::vector<uint32_t>& list : epEntries) std::vector<uint32_t>().swap(list);
   for (int8_t*& w : working) {

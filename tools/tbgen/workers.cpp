@@ -13,11 +13,11 @@ int workerThreads = 2;
 
 #ifdef OSTREL_WORKER_THREADS
 static std::mutex shared;
-void LockWorkers() { shared.lock(); }
-void UnlockWorkers() { shared.unlock(); }
+WorkersLock::WorkersLock() { shared.lock(); }
+WorkersLock::~WorkersLock() { shared.unlock(); }
 #else
-void LockWorkers() {}
-void UnlockWorkers() {}
+WorkersLock::WorkersLock() {}
+WorkersLock::~WorkersLock() {}
 #endif
 
 static std::atomic<uint64_t> nextChunk;

@@ -18,6 +18,11 @@ constexpr uint64_t ChunkEntries = 1 << 15;
 void ForEachChunk(uint64_t count, void (*work)(uint64_t begin, uint64_t end));
 
 // One lock for the little the workers share besides the arrays (tables read on first use, the
-// lists of late answers and of en-passant entries); never held while taking it again.
-void LockWorkers();
-void UnlockWorkers();
+// lists of late answers and of en-passant entries), held for the life of a WorkersLock; never
+// taken again while held.
+struct WorkersLock {
+  WorkersLock();
+  ~WorkersLock();
+  WorkersLock(const WorkersLock&) = delete;
+  WorkersLock& operator=(const WorkersLock&) = delete;
+};
