@@ -192,6 +192,23 @@ static void DeriveChunk(uint64_t begin, uint64_t end) {
   AddLocal(local, side);
 }
 
+// The placement and side to move of a position as FEN fields, to name it to a reader.
+static void MenFen(const Men& p, int epSquare, char* out) {
+  char board[64] = {};
+  for (int i = 0; i < p.count; i++) board[p.man[i].square] = (p.man[i].side == White ? " PNBRQK" : " pnbrqk")[p.man[i].type];
+  for (int rank = 7; rank >= 0; rank--) {
+    for (int file = 0, empty = 0; file < 8; file++) {
+      const char c = board[rank * 8 + file];
+      if (!c) empty++;
+      if (empty && (c || file == 7)) *out++ = char('0' + empty);
+      if (c) *out++ = c, empty = 0;
+    }
+    if (rank) *out++ = '/';
+  }
+  if (epSquare < 0) snprintf(out, 16, " %c - -", p.toMove == White ? 'w' : 'b');
+  else snprintf(out, 16, " %c - %c%c", p.toMove == White ? 'w' : 'b', 'a' + (epSquare & 7), '1' + (epSquare >> 3));
+}
+
 // The entries (without an en-passant right) that hold a position lost in 127 moves.
 static void FindLongLossChunk(uint64_t begin, uint64_t end) {
   const int side = checkSide;
@@ -249,9 +266,14 @@ VerifyResult VerifyTable(int table) {
     std::sort(positions.begin(), positions.end());
     if (!positions.empty()) ForEachChunk(tableCatalogue[table].count[checkSide], FindLongLossChunk);
     std::sort(entries.begin(), entries.end());
-    for (uint64_t index : entries)
-      fprintf(stderr, "%s: index %llu is lost in 127 moves (stored as 126)\n", TableFileName(table, checkSide),
-              (unsigned long long)index);
+    for (uint64_t index : entries) {
+      Men p;
+      int epSquare;
+      char fen[96] = "";
+      if (Decode(table, checkSide, uint32_t(index), &p, &epSquare)) MenFen(p, epSquare, fen);
+      fprintf(stderr, "%s: index %llu is lost in 127 moves (stored as 126): %s\n", TableFileName(table, checkSide),
+              (unsigned long long)index, fen);
+    }
     positions.clear();
     entries.clear();
   }
