@@ -2,7 +2,8 @@
 //
 // Layout of one side of one table. Roles are those of the side to move (stm) and the side not to
 // move (sntm); the board is the real one with the stronger side as White (the probe's invert flag
-// turns a board with the stronger side as Black upside down first).
+// turns a board with the stronger side as Black upside down first), turned upside down again for
+// Black to move, so that the side to move's pawns always go up (the table's board).
 //
 //  1. King pairs. Without pawns the stm king is brought into the triangle a1-d1-d4 by one of the
 //     eight board symmetries, and when it stands on the a1-d4 diagonal the sntm king into the half
@@ -20,7 +21,8 @@
 //       the squares from which it attacks). Other stm men are ignored, so two stm men of
 //       different types may share a square: such indices are broken.
 //     - sntm pawns: the pawn squares less the stm pawns, or, when the stm side has only its king,
-//       less the king squares.
+//       less the king squares. They are ranked on their own side's board, where they go up: the
+//       table's board turned over.
 //     - sntm pieces: every square not taken by a king, an stm man, an sntm pawn or an sntm piece
 //       of an earlier group.
 //  4. En passant (pawns on both sides): a second zone after the whole main zone, again one
@@ -38,8 +40,11 @@
 //
 // Choices the published description leaves open, made here and kept:
 //  - King pairs ascend by square (stm king first), the order that ends with d4/h8 and d8/h8.
-//  - Black-to-move sides use the real board, not a colour-flipped one: the stm side is then
-//    Black and its pawns go down (TurnBlackToMove below switches to the flipped board).
+//  - Black-to-move sides are read on the board turned upside down, and each side's pawns are
+//    ranked on the board where they go up. Both are proven by the one published check: the seven
+//    kppkp positions with Black to move that are lost in 127 moves index to exactly the seven
+//    entries the probe corrects, which neither the real board nor a board turned over for all
+//    men gives (the first puts them at other king pairs, the second ranks White's pawns apart).
 //  - The 14 e.p. placements are ordered by the file of the pawn that moved, the capturer on its
 //    left first: a-file pawn taken from b (0), b-file from a (1), from c (2), ... h-file from g
 //    (13). With capturers on both sides the left one is taken (either choice gives the
@@ -65,8 +70,9 @@ TableLayout tableLayouts[TableCount][2];
 
 namespace {
 
-// 0 uses the real board for Black to move; 1 turns it over so that the side to move always plays up.
-constexpr int TurnBlackToMove = 0;
+// 1: Black to move is read on the board turned over (see the choices above); 0 would keep the
+// real board.
+constexpr int TurnBlackToMove = 1;
 
 constexpr Bitboard PawnSquares = 0x00FFFFFFFFFFFF00ULL;
 constexpr int PairCounts[2] = {PawnlessKingPairs, PawnKingPairs};  // [pawns]
@@ -330,7 +336,9 @@ inline uint32_t GroupsIndex(const TableLayout& layout, const ManGroup* groups, i
     } else {
       squares = GroupSquares(layout, g, kA, kB, frame[0][Pawn], block);
     }
-    index = index * Radix(g, squares) + ColexRank(men, squares);
+    // The sntm pawns are ranked on their own side's board, the table's board turned over.
+    index = index * Radix(g, squares) +
+            (g.kind == SntmPawns ? ColexRank(TurnOver(men), TurnOver(squares)) : ColexRank(men, squares));
   }
   return index;
 }
@@ -438,7 +446,8 @@ bool DecodeMen(const TableLayout& layout, uint32_t index, TableMen* out, int* ep
       const ManGroup& g = groups[i];
       if ((g.kind == SntmPieces) != (pass == 1)) continue;
       const Bitboard squares = g.kind == SntmPieces ? ~taken : GroupSquares(layout, g, kA, kB, frame[0][Pawn], block);
-      const Bitboard men = ColexSet(digits[i], g.count, squares);
+      const Bitboard men = g.kind == SntmPawns ? TurnOver(ColexSet(digits[i], g.count, TurnOver(squares)))
+                                               : ColexSet(digits[i], g.count, squares);
       clash |= men & taken;
       taken |= men;
       frame[!g.stm][g.type] = men;

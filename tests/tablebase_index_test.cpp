@@ -73,6 +73,40 @@ TEST_F(TablebaseIndex, RangesAreThePublishedCounts) {
   EXPECT_EQ(tables, TableCount - 1);
 }
 
+int SquareOf(const char* name) { return (name[1] - '1') * 8 + (name[0] - 'a'); }
+
+// The one published check of the ordering: the seven kppkp positions with Black to move that are
+// lost in 127 moves (the probe corrects their entries, since a byte cannot hold the value) must
+// stand at exactly these indices. Catches a wrong board orientation for Black to move, king-pair
+// order or ranking of either side's pawns.
+TEST_F(TablebaseIndex, KppkpLossesIn127AreAtThePublishedIndices) {
+  struct Case {
+    const char *whiteKing, *blackKing, *blackPawn;
+    uint32_t index;
+  };
+  const Case cases[] = {
+      {"c3", "a3", "b7", 56802428}, {"c3", "a3", "b6", 56811076}, {"d3", "a3", "b7", 56849992},
+      {"d3", "a3", "b6", 56858640}, {"d3", "b3", "b5", 59592489}, {"c3", "a2", "b5", 67775659},
+      {"d1", "b2", "b5", 71071628},
+  };
+  const int kppkp = 36;
+  ASSERT_STREQ(tableCatalogue[kppkp].name, "kppkp");
+  const TableLayout& layout = tableLayouts[kppkp][1];
+  for (const Case& c : cases) {
+    TableMen p = {};
+    p.men[0][King] = Bitboard(1) << SquareOf(c.whiteKing);
+    p.men[0][Pawn] = Bitboard(1) << SquareOf("e3") | Bitboard(1) << SquareOf("e4");
+    p.men[1][King] = Bitboard(1) << SquareOf(c.blackKing);
+    p.men[1][Pawn] = Bitboard(1) << SquareOf(c.blackPawn);
+    EXPECT_EQ(IndexOfMen(layout, p, NoEpSquare, 0), c.index) << c.whiteKing << c.blackKing << c.blackPawn;
+    TableMen back;
+    int ep;
+    ASSERT_TRUE(DecodeMen(layout, c.index, &back, &ep));
+    EXPECT_EQ(0, memcmp(&back, &p, sizeof p)) << c.index;
+    EXPECT_EQ(ep, NoEpSquare);
+  }
+}
+
 // Catches an entry that decodes to a position indexed elsewhere, and broken entries miscounted:
 // every entry of the three-man tables, and the e.p. zones of kpkp and of kppkp, where capturers
 // can stand on both sides of the pawn that moved.
