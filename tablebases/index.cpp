@@ -70,10 +70,6 @@ TableLayout tableLayouts[TableCount][2];
 
 namespace {
 
-// 1: Black to move is read on the board turned over (see the choices above); 0 would keep the
-// real board.
-constexpr int TurnBlackToMove = 1;
-
 constexpr Bitboard PawnSquares = 0x00FFFFFFFFFFFF00ULL;
 constexpr int PairCounts[2] = {PawnlessKingPairs, PawnKingPairs};  // [pawns]
 
@@ -85,7 +81,7 @@ uint8_t transformSquare[16][64];  // [8 when turned over first | symmetry][squar
 uint8_t pawnlessSymmetry[64][64];  // [stm king][sntm king] after turning over
 uint16_t kingPairIndex[2][64][64];  // [pawns][stm king][sntm king], canonical kings only
 uint8_t kingPairSquares[2][PawnKingPairs][2];
-Bitboard stmManSquares[2][6][64];  // [stm pawns go up][type][sntm king]: before the stm king
+Bitboard stmManSquares[6][64];  // [type][sntm king]: before the stm king
 
 // Room for the start tables and guides of every side's zones.
 uint32_t startPool[TableCount * 2 * 2 * (PawnKingPairs + 1)];
@@ -120,11 +116,11 @@ bool CanonicalPawnless(int a, int b) {
 }
 
 // Squares from which a man of `type` checks a king on `king` so that nothing can interpose.
-bool ContactCheck(int type, int s, int king, int up) {
+bool ContactCheck(int type, int s, int king) {
   const int df = FileOf(king) - FileOf(s), dr = RankOf(king) - RankOf(s);
   const int ax = std::abs(df), ay = std::abs(dr);
   switch (type) {
-    case Pawn: return ax == 1 && dr == (up ? 1 : -1);
+    case Pawn: return ax == 1 && dr == 1;  // the side to move's pawns go up
     case Knight: return (ax == 1 && ay == 2) || (ax == 2 && ay == 1);
     case Bishop: return ax == 1 && ay == 1;
     case Rook: return ax + ay == 1;
@@ -169,14 +165,13 @@ void InitGeometry() {
         count[pawns]++;
       }
     }
-  for (int up = 0; up < 2; up++)
-    for (int type = Pawn; type <= Queen; type++)
-      for (int king = 0; king < 64; king++) {
-        Bitboard b = type == Pawn ? PawnSquares : ~Bitboard(0);
-        for (int s = 0; s < 64; s++)
-          if (s == king || ContactCheck(type, s, king, up)) b &= ~Bit(s);
-        stmManSquares[up][type][king] = b;
-      }
+  for (int type = Pawn; type <= Queen; type++)
+    for (int king = 0; king < 64; king++) {
+      Bitboard b = type == Pawn ? PawnSquares : ~Bitboard(0);
+      for (int s = 0; s < 64; s++)
+        if (s == king || ContactCheck(type, s, king)) b &= ~Bit(s);
+      stmManSquares[type][king] = b;
+    }
 }
 
 // The groups of one zone in significance order; `men` counts men by [stm, sntm][type].
@@ -216,7 +211,7 @@ inline Bitboard GroupSquares(const TableLayout& layout, const ManGroup& g, int k
                              Bitboard block) {
   if (g.kind == StmMen) {
     if (g.type == Pawn && block) return PawnSquares & ~block;
-    return stmManSquares[layout.stmUp][g.type][kB] & ~Bit(kA);
+    return stmManSquares[g.type][kB] & ~Bit(kA);
   }
   if (block) return PawnSquares & ~block & ~stmPawns;
   return layout.stmMen ? PawnSquares & ~stmPawns : PawnSquares & ~(Bit(kA) | Bit(kB));
@@ -257,8 +252,7 @@ void BuildLayout(TableLayout& layout, const char* name, int side, uint32_t count
   }
   layout.pawns = strchr(name, 'p') != nullptr;
   layout.stmStrong = side == 0;
-  layout.turn = side == 1 && TurnBlackToMove ? 56 : 0;
-  layout.stmUp = layout.turn ? 1 : layout.stmStrong;
+  layout.turn = side == 1 ? 56 : 0;
   layout.stmMen = men[0][1] + men[0][2] + men[0][3] + men[0][4] + men[0][5];
   layout.groupCount = MakeGroups(men, 0, layout.groups);
   layout.epGroupCount = 0;
@@ -383,9 +377,8 @@ uint32_t IndexOfMen(const TableLayout& layout, const TableMen& m, int epSquare, 
 
   if (layout.epStart && epSquare != NoEpSquare) {
     const int e = map[epSquare];
-    const int up = layout.stmUp;
-    const int moved = up ? e - 8 : e + 8, origin = up ? e + 8 : e - 8;
-    if (RankOf(e) == (up ? 5 : 2) && (frame[1][Pawn] & Bit(moved)) && !(taken & (Bit(e) | Bit(origin)))) {
+    const int moved = e - 8, origin = e + 8;  // the sntm pawn came down from its origin
+    if (RankOf(e) == 5 && (frame[1][Pawn] & Bit(moved)) && !(taken & (Bit(e) | Bit(origin)))) {
       const int f = FileOf(e);
       const bool left = f > 0 && (frame[0][Pawn] & Bit(moved - 1));
       const bool right = f < 7 && (frame[0][Pawn] & Bit(moved + 1));
@@ -421,11 +414,11 @@ bool DecodeMen(const TableLayout& layout, uint32_t index, TableMen* out, int* ep
     const int placement = int(rest % EpPlacements);
     rest /= EpPlacements;
     const int f = (placement + 1) / 2;
-    moved = (layout.stmUp ? 32 : 24) + f;
-    e = layout.stmUp ? moved + 8 : moved - 8;
+    moved = 32 + f;
+    e = moved + 8;
     capturer = placement & 1 ? moved - 1 : moved + 1;
     if (!(placement & 1) && f > 0) leftOfMoved = Bit(moved - 1);
-    block = Bit(moved) | Bit(capturer) | Bit(e) | Bit(layout.stmUp ? moved + 16 : moved - 16);
+    block = Bit(moved) | Bit(capturer) | Bit(e) | Bit(moved + 16);
   }
 
   // Digits, least significant first. Only stm groups and sntm pawns without stm men have radices

@@ -26,12 +26,11 @@ struct ManGroup {
 };
 
 // One side of one table. The table's board is the real board with the stronger side as White,
-// turned upside down when `turn` is 56; `stmUp` says which way the side to move's pawns go on it.
+// turned upside down when `turn` is 56 (for Black to move), so that the side to move's pawns go up.
 struct TableLayout {
   int pawns;             // any pawn: 1806 king pairs and only the file mirror, else 462 pairs
   int stmStrong;         // the side to move is the stronger side
   int turn;              // 0 or 56, xored into every square of the real board
-  int stmUp;             // the side to move's pawns advance towards rank 8 of the table's board
   int stmMen;            // men of the side to move besides its king
   int groupCount;
   ManGroup groups[4];    // in significance order, most significant first
